@@ -1,0 +1,46 @@
+#include "tests/test_support.h"
+
+#include <cctype>
+#include <stdexcept>
+
+namespace zyra::testing {
+
+std::vector<uint8_t> Hex(const std::string& text) {
+  std::vector<uint8_t> bytes;
+  std::string digits;
+  for (const char c : text) {
+    if (std::isspace(static_cast<unsigned char>(c))) continue;
+    digits += c;
+    if (digits.size() == 2) {
+      bytes.push_back(static_cast<uint8_t>(std::stoi(digits, nullptr, 16)));
+      digits.clear();
+    }
+  }
+  if (!digits.empty()) throw std::invalid_argument("odd number of hex digits");
+  return bytes;
+}
+
+std::string ToHex(std::span<const uint8_t> bytes) {
+  static const char* const kDigits = "0123456789abcdef";
+  std::string text;
+  for (const uint8_t byte : bytes) {
+    if (!text.empty()) text += ' ';
+    text += kDigits[byte >> 4];
+    text += kDigits[byte & 15];
+  }
+  return text;
+}
+
+std::string StreamHex(const ByteStream& stream, int32_t from, int32_t to) {
+  const auto bytes = stream.Bytes();
+  const size_t end = to < 0 ? bytes.size() : static_cast<size_t>(to);
+  return ToHex(bytes.subspan(static_cast<size_t>(from), end - static_cast<size_t>(from)));
+}
+
+ByteStream StreamOf(const std::string& hex) {
+  ByteStream stream;
+  stream.LoadFromBytes(Hex(hex));
+  return stream;
+}
+
+}  // namespace zyra::testing

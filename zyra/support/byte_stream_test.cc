@@ -1,0 +1,122 @@
+#include "zyra/support/byte_stream.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+using testing::StreamOf;
+
+int32_t ErrorNumberOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const RuntimeError& error) {
+    return error.Number();
+  }
+  return 0;
+}
+
+TEST(ByteStreamTest, WritesLittleEndianItemsOfTheirWidths) {
+  ByteStream stream;
+  stream.WriteInt16(0x0102);
+  EXPECT_EQ(stream.GetPosition(), 2);
+  stream.WriteInt32(-2);
+  EXPECT_EQ(stream.GetPosition(), 6);
+  stream.WriteSingle(1.5F);
+  EXPECT_EQ(stream.GetPosition(), 10);
+  stream.WriteString("AB  ");
+  stream.WriteText("xyz");
+  const int16_t values[] = {1, -1};
+  stream.WriteInt16Array(values);
+  EXPECT_EQ(StreamHex(stream),
+            "02 01 fe ff ff ff 00 00 c0 3f 41 42 20 20 03 00 00 00 78 79 7a 01 00 ff ff");
+
+  stream.SetPosition(0);
+  EXPECT_EQ(stream.ReadInt16(), 0x0102);
+  EXPECT_EQ(stream.ReadInt32(), -2);
+  EXPECT_EQ(stream.ReadSingle(), 1.5F);
+  EXPECT_EQ(stream.ReadFixedString(4), "AB  ");
+  EXPECT_EQ(stream.ReadText(), "xyz");
+  int16_t back[2] = {};
+  stream.ReadInt16Array(back);
+  EXPECT_EQ(back[0], 1);
+  EXPECT_EQ(back[1], -1);
+  EXPECT_EQ(stream.Remaining(), 0);
+}
+
+TEST(ByteStreamTest, ReadPastTheEndRaises62AndKeepsThePosition) {
+  struct Case {
+    const char* name;
+    const char* bytes;
+    std::function<void(ByteStream&)> read;
+  };
+  const Case cases[] = {
+      {"Int16 of one byte", "01", [](ByteStream& s) { s.ReadInt16(); }},
+      {"Int32 of three bytes", "01 02 03", [](ByteStream& s) { s.ReadInt32(); }},
+      {"Single of two bytes", "01 02", [](ByteStream& s) { s.ReadSingle(); }},
+      {"fixed text longer than the rest", "41 42", [](ByteStream& s) { s.ReadFixedString(3); }},
+      {"text count beyond the rest", "05 00 00 00 41", [](ByteStream& s) { s.ReadText(); }},
+      {"text without its count", "05 00", [](ByteStream& s) { s.ReadText(); }},
+      {"array longer than the rest", "01 00 02",
+       [](ByteStream& s) {
+         int16_t v[2];
+         s.ReadInt16Array(v);
+       }},
+  };
+  for (const Case& c : cases) {
+    ByteStream stream = StreamOf(c.bytes);
+    EXPECT_EQ(ErrorNumberOf([&] { c.read(stream); }), kErrPastEnd) << c.name;
+    EXPECT_EQ(stream.GetPosition(), 0) << c.name;
+  }
+  ByteStream beyond = StreamOf("01 02");
+  beyond.SetPosition(5);
+  EXPECT_EQ(ErrorNumberOf([&] { beyond.ReadInt16(); }), kErrPastEnd);
+}
+
+TEST(ByteStreamTest, NegativeCountsAreInvalidCalls) {
+  ByteStream text = StreamOf("ff ff ff ff 41");
+  EXPECT_EQ(ErrorNumberOf([&] { text.ReadText(); }), kErrInvalidCall);
+  EXPECT_EQ(text.GetPosition(), 0);
+  EXPECT_EQ(ErrorNumberOf([&] { text.ReadFixedString(-1); }), kErrInvalidCall);
+  EXPECT_EQ(ErrorNumberOf([&] { text.SetPosition(-1); }), kErrInvalidCall);
+}
+
+TEST(ByteStreamTest, OverwriteKeepsTheLengthAndGapsAreZero) {
+  ByteStream stream;
+  stream.WriteInt32(1);
+  stream.WriteInt32(2);
+  stream.SetPosition(0);
+  stream.WriteInt32(0x11223344);
+  EXPECT_EQ(stream.GetLength(), 8);
+  EXPECT_EQ(StreamHex(stream), "44 33 22 11 02 00 00 00");
+
+  stream.SetPosition(10);
+  stream.WriteInt16(-1);
+  EXPECT_EQ(StreamHex(stream), "44 33 22 11 02 00 00 00 00 00 ff ff");
+}
+
+TEST(ByteStreamTest, GrowingPastTheLongLimitRaises6AndChangesNothing) {
+  ByteStream stream;
+  stream.WriteInt16(7);
+  stream.SetPosition(INT32_MAX - 1);
+  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteInt32(1); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteText("a"); }), kErrOverflow);
+  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteString("abc"); }), kErrOverflow);
+  EXPECT_EQ(stream.GetLength(), 2);
+  EXPECT_EQ(stream.GetPosition(), INT32_MAX - 1);
+}
+
+TEST(ByteStreamTest, LoadFromBytesReplacesContentAndRewinds) {
+  ByteStream stream;
+  stream.WriteInt32(5);
+  stream.LoadFromBytes(testing::Hex("aa bb"));
+  EXPECT_EQ(stream.GetPosition(), 0);
+  EXPECT_EQ(stream.GetLength(), 2);
+  EXPECT_EQ(stream.GetBytes(), testing::Hex("aa bb"));
+}
+
+}  // namespace
+}  // namespace zyra

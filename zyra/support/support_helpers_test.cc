@@ -1,0 +1,140 @@
+// The small helpers every record uses: errors, text forms, flags, fixed text, indexed arrays.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <fstream>
+#include <limits>
+
+#include "zyra/support/conversions.h"
+#include "zyra/support/errors.h"
+#include "zyra/support/fixed_text.h"
+#include "zyra/support/flags.h"
+#include "zyra/support/indexed_array.h"
+#include "zyra/support/text_form.h"
+
+namespace zyra {
+namespace {
+
+TEST(ErrorsTest, EveryNumberHasItsDescription) {
+  const std::pair<int32_t, const char*> table[] = {
+      {5, "Invalid procedure call or argument"},
+      {6, "Overflow"},
+      {9, "Subscript out of range"},
+      {11, "Division by zero"},
+      {62, "Input past end of file"},
+      {91, "Object variable or With block variable not set"},
+  };
+  for (const auto& [number, description] : table) {
+    const RuntimeError error(number);
+    EXPECT_EQ(error.Number(), number);
+    EXPECT_EQ(error.Description(), description);
+  }
+  EXPECT_EQ(ErrorDescription(1234), "");
+}
+
+TEST(ErrorsTest, ReportProcedureErrorBuildsCaptionAndText) {
+  std::vector<std::pair<std::string, std::string>> shown;
+  const ErrorDisplay previous = SetErrorDisplay(
+      [&](const std::string& title, const std::string& text) { shown.emplace_back(title, text); });
+  ReportProcedureError("CalcInterferenceEnergy", RuntimeError(kErrOverflow));
+  ReportProcedureError("CProbeRspClass.SaveRSPFile", RuntimeError(1000, ""));
+  SetErrorDisplay(previous);
+  ASSERT_EQ(shown.size(), 2U);
+  EXPECT_EQ(shown[0].first, "ERROR in CalcInterferenceEnergy");
+  EXPECT_EQ(shown[0].second, "Code6: Overflow");
+  EXPECT_EQ(shown[1].first, "ERROR in CProbeRspClass.SaveRSPFile");
+  EXPECT_EQ(shown[1].second, "Code1000: Application-defined or object-defined error");
+}
+
+TEST(TextFormTest, NumbersInTheirDefaultForms) {
+  EXPECT_EQ(ToText(int16_t{-7}), "-7");
+  EXPECT_EQ(ToText(int32_t{2147483647}), "2147483647");
+  EXPECT_EQ(ToText(1.5F), "1.5");
+  EXPECT_EQ(ToText(1e20F), "1E+20");
+  EXPECT_EQ(ToText(1.5e-5F), "1.5E-05");
+  EXPECT_EQ(ToText(-0.25F), "-0.25");
+  EXPECT_EQ(ToText(0.1F), "0.1");  // seven digits hide the float's binary tail
+  EXPECT_EQ(ToText(0.1), "0.1");
+  EXPECT_EQ(ToText(1.0 / 3.0), "0.333333333333333");
+  EXPECT_EQ(ToText(true), "True");
+  EXPECT_EQ(ToText(false), "False");
+  EXPECT_EQ(ToStrText(int32_t{1}), " 1");
+  EXPECT_EQ(ToStrText(int32_t{-1}), "-1");
+  EXPECT_EQ(ToStrText(int32_t{0}), " 0");
+  EXPECT_EQ(ToStrText(1000.0), " 1000");
+}
+
+TEST(FlagsTest, BitsAreTestedAndSetByTheirValue) {
+  EXPECT_TRUE(IsFlagSet(5, 4));
+  EXPECT_FALSE(IsFlagSet(5, 2));
+  int16_t word = 1;
+  SetFlag(word, 4, true);
+  EXPECT_EQ(word, 5);
+  SetFlag(word, 1, false);
+  EXPECT_EQ(word, 4);
+  int32_t high = 0;
+  SetFlag(high, 0x04000000, true);
+  EXPECT_TRUE(IsFlagSet(high, 0x04000000));
+  SetFlag(high, 0x04000000, false);
+  EXPECT_EQ(high, 0);
+}
+
+TEST(FlagsTest, FileExistsOnlyForFiles) {
+  const auto folder = std::filesystem::temp_directory_path() / "zyra_file_exists_test";
+  std::filesystem::create_directories(folder);
+  std::ofstream(folder / "a.rsp") << "x";
+  const std::string prefix = folder.string() + "/";
+  EXPECT_TRUE(FileExists(prefix, "a.rsp"));
+  EXPECT_FALSE(FileExists(prefix, "missing.rsp"));
+  EXPECT_FALSE(FileExists(folder.parent_path().string() + "/", folder.filename().string()));
+  std::filesystem::remove_all(folder);
+}
+
+TEST(FixedTextTest, CutsAndPadsToItsWidth) {
+  FixedText<4> text;
+  EXPECT_EQ(text.Get(), std::string(4, '\0'));
+  text.Set("AB");
+  EXPECT_EQ(text.Get(), "AB  ");
+  text.Set("ABCDE");
+  EXPECT_EQ(text.Get(), "ABCD");
+  text.SetRaw(std::string("A\0\x03", 3));
+  EXPECT_EQ(text.Get(), std::string("A\0\x03\0", 4));
+  EXPECT_EQ(FitFixedText("", 3), "   ");
+}
+
+TEST(IndexedArrayTest, IndicesOutsideTheRangeRaise9) {
+  IndexedArray<float, 1, 3> ray;
+  ray.Set(1, 0.5F);
+  ray.Set(3, -1.0F);
+  EXPECT_EQ(ray.Values()[0], 0.5F);
+  EXPECT_EQ(ray.Values()[2], -1.0F);
+  for (const int32_t bad : {0, 4, -1}) {
+    EXPECT_THROW(ray.Get(bad), RuntimeError) << bad;
+    try {
+      ray.Set(bad, 1.0F);
+    } catch (const RuntimeError& error) {
+      EXPECT_EQ(error.Number(), kErrSubscript);
+    }
+  }
+  BandArray<int16_t> bands;
+  EXPECT_NO_THROW(bands.Set(0, 1));
+  EXPECT_NO_THROW(bands.Set(21, 1));
+  EXPECT_THROW(bands.Set(22, 1), RuntimeError);
+}
+
+TEST(ConversionsTest, RoundsTiesToEvenAndRejectsWhatDoesNotFit) {
+  EXPECT_EQ(RoundToInt<int16_t>(2.5), 2);
+  EXPECT_EQ(RoundToInt<int16_t>(3.5), 4);
+  EXPECT_EQ(RoundToInt<int16_t>(-2.5), -2);
+  EXPECT_EQ(RoundToInt<int32_t>(-0.5), 0);
+  EXPECT_EQ(RoundToInt<int16_t>(32767.4), 32767);
+  EXPECT_THROW(RoundToInt<int16_t>(32767.5), RuntimeError);
+  EXPECT_THROW(RoundToInt<int32_t>(std::nan("")), RuntimeError);
+  EXPECT_EQ(RoundToIntClipped<int16_t>(1e9), 32767);
+  EXPECT_EQ(RoundToIntClipped<int16_t>(-1e9), -32768);
+  EXPECT_EQ(RoundToIntClipped<int16_t>(std::nan("")), 0);
+}
+
+}  // namespace
+}  // namespace zyra
