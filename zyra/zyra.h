@@ -5,16 +5,21 @@
 // Support services
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
+#include "zyra/support/calculation.h"
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/fixed_text.h"
 #include "zyra/support/flags.h"
 #include "zyra/support/indexed_array.h"
+#include "zyra/support/levels.h"
 #include "zyra/support/logger.h"
 #include "zyra/support/text_form.h"
 
 // Response file container
 #include "zyra/rsp/file_header.h"
 #include "zyra/rsp/rsp_block_header.h"
+
+// Energy-time evaluation
+#include "zyra/calc/calc_results.h"
 
 #endif  // ZYRA_ZYRA_H_

@@ -1,0 +1,98 @@
+#include "zyra/calc/calc_results.h"
+
+#include "zyra/support/calculation.h"
+
+namespace zyra {
+
+int32_t CCalcResults::AddHallEnergy(int32_t iTerz1, double dEHall, double dRT,
+                                    bool bStartAtDiffuseTime) {
+  const size_t b = Band(iTerz1);
+  const double e = dEHall;
+  const double tStart = bStartAtDiffuseTime ? tDiff_ : tHall_;
+  // The tail always decays from tHall; tStart only decides from where it is counted.
+  const auto fraction = [this, dRT](double t1, double t2) {
+    return DecayFraction(t1, t2, tHall_, dRT);
+  };
+
+  // Every new sum is formed first and stored only when all of them are finite.
+  const double e7 = e7_[b] + e * fraction(tStart, 7.0);
+  const double e50 = e50_[b] + e * fraction(tStart, 50.0);
+  const double e80 = e80_[b] + e * fraction(tStart, 80.0);
+  const double eSplit = eSplit_[b] + e * fraction(tStart, tSplit_);
+  const double total = eTotal_[b] + e * fraction(tStart, kTailEndTime);
+  const std::array<double, kSplitPartCount> rev = {
+      eRev_[0][b] + e,
+      eRev_[1][b] + e * fraction(tHall_, tSplit_),
+      eRev_[2][b] + e * fraction(tSplit_, tDiff_),
+      eRev_[3][b] + e * (1.0 - fraction(tHall_, tDiff_)),
+  };
+  bool finite = AllFinite(e7, e50, e80, eSplit, total, rev[0], rev[1], rev[2], rev[3]);
+
+  const int a = kAlconsBandOf[b];
+  std::array<double, kTimeBinCount> bins{};
+  std::array<double, kTimeBinCount> hallSums{};
+  for (size_t k = 0; k < bins.size(); ++k) {
+    const auto tEnd = static_cast<double>(k);
+    const bool counted = !(bStartAtDiffuseTime && tEnd < tDiff_);
+    if (a >= 0) {
+      bins[k] = exx_[k][static_cast<size_t>(a)] + (counted ? e * fraction(tEnd - 1.0, tEnd) : 0.0);
+    }
+    hallSums[k] = exxHallSum_[k][b] + (counted ? e * fraction(-1.0, tEnd) : 0.0);
+    finite = finite && AllFinite(bins[k], hallSums[k]);
+  }
+  if (!finite) RaiseError(kErrOverflow);
+
+  e7_[b] = e7;
+  e50_[b] = e50;
+  e80_[b] = e80;
+  eSplit_[b] = eSplit;
+  eTotal_[b] = total;
+  for (size_t part = 0; part < rev.size(); ++part) eRev_[part][b] = rev[part];
+  for (size_t k = 0; k < bins.size(); ++k) {
+    if (a >= 0) exx_[k][static_cast<size_t>(a)] = bins[k];
+    exxHallSum_[k][b] = hallSums[k];
+  }
+  if (a >= 0) binsChanged_ = true;
+  return 0;
+}
+
+double CCalcResults::GetEDirectMax(int32_t iTerz1) const {
+  const double pressureMax = splMax_[Band(iTerz1)];
+  return pressureMax * pressureMax;
+}
+
+double CCalcResults::GetOverlap(int32_t iTerz1) const {
+  const size_t b = Band(iTerz1);
+  if (splMax_[b] <= 0.0) return 1.0;
+  return eDirect_[b] / (splMax_[b] * splMax_[b]);
+}
+
+double CCalcResults::ExxSum(int32_t iTimeBin, int32_t iAlconsBand) const {
+  const size_t k = TimeBin(iTimeBin);
+  const size_t a = AlconsBand(iAlconsBand);
+  const std::lock_guard lock(exxSumMutex_);
+  if (binsChanged_) RebuildExxSum();
+  return exxSum_[k][a];
+}
+
+int64_t CCalcResults::ExxSumRebuildCount() const {
+  const std::lock_guard lock(exxSumMutex_);
+  return exxSumRebuilds_;
+}
+
+void CCalcResults::RebuildExxSum() const {
+  AlconsBins sums{};
+  for (size_t a = 0; a < static_cast<size_t>(kAlconsBandCount); ++a) {
+    double running = 0.0;
+    for (size_t k = 0; k < sums.size(); ++k) {
+      running += exx_[k][a];
+      if (!std::isfinite(running)) RaiseError(kErrOverflow);  // the bins stay marked changed
+      sums[k][a] = running;
+    }
+  }
+  exxSum_ = sums;
+  binsChanged_ = false;
+  ++exxSumRebuilds_;
+}
+
+}  // namespace zyra
