@@ -12,8 +12,9 @@ namespace zyra {
 
 namespace {
 
-// A coherent energy at or below this share of the energetic sum counts as none (-100 dB).
-constexpr double kCancellationShare = 1e-10;
+// A coherent energy at or below this share of the energetic sum is rounding residue of a
+// complete cancellation, not a level: it counts as none.
+constexpr double kCancellationShare = 1e-13;
 
 struct Member {
   double p;    // pressure amplitude
