@@ -112,7 +112,7 @@ class CCalcResults {
   using AlconsBins = std::array<std::array<double, kAlconsBandCount>, kTimeBinCount>;
 
   // The Alcons band of each third-octave band, -1 for none.
-  static constexpr std::array<int8_t, kBandCount> kAlconsBandOf = {
+  static constexpr std::array<int, kBandCount> kAlconsBandOf = {
       -1, -1, -1, -1, -1, -1, -1, -1, 0, -1, -1, 1, -1, -1, 2, -1, -1, -1, -1, -1, -1, -1};
 
   static size_t Checked(int32_t i, int32_t count) {

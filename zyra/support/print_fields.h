@@ -26,7 +26,10 @@ template <class T, int32_t Lo, int32_t Hi>
 void PrintIndexed(Logger& logger, const std::string& sName, const IndexedArray<T, Lo, Hi>& values,
                   const std::string& sClose = ")") {
   for (int32_t i = Lo; i <= Hi; ++i) {
-    logger.PrintValue(sName + std::to_string(i) + sClose, ToText(values.Get(i)));
+    std::string label = sName;
+    label += std::to_string(i);
+    label += sClose;
+    logger.PrintValue(label, ToText(values.Get(i)));
   }
 }
 

@@ -13,7 +13,7 @@ std::string Printed(const char* format, double value) {
   return std::string(buffer, written > 0 ? static_cast<size_t>(written) : 0);
 }
 
-std::string WithBlank(std::string text, bool nonNegative) {
+std::string WithBlank(const std::string& text, bool nonNegative) {
   return nonNegative ? " " + text : text;
 }
 
