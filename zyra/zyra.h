@@ -17,4 +17,11 @@
 #include "zyra/rsp/file_header.h"
 #include "zyra/rsp/rsp_block_header.h"
 
+// System response model
+#include "zyra/response/lsp_info.h"
+#include "zyra/response/lsp_info_buffer.h"
+#include "zyra/response/puls.h"
+#include "zyra/response/puls_buffer.h"
+#include "zyra/response/system_response.h"
+
 #endif  // ZYRA_ZYRA_H_
