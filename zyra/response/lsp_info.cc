@@ -3,7 +3,7 @@
 #include "zyra/support/fixed_text.h"
 #include "zyra/support/print_fields.h"
 #include "zyra/support/record_fields.h"
-#include "zyra/support/span_field_reader.h"
+#include "zyra/support/span_fields.h"
 
 namespace zyra {
 

@@ -3,8 +3,7 @@
 #include <cmath>
 
 #include "zyra/support/print_fields.h"
-#include "zyra/support/record_fields.h"
-#include "zyra/support/span_field_reader.h"
+#include "zyra/support/span_fields.h"
 
 namespace zyra {
 
@@ -30,8 +29,8 @@ void CPulsClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVersion) {
 }
 
 void CPulsClass::SaveToByteStream(ByteStream& cByteStream) const {
-  FieldWriter writer(cByteStream);
-  Layout(*this, writer, true);
+  WriteRecordBytes(cByteStream, kLengthVersion1,
+                   [this](SpanFieldWriter& writer) { Layout(*this, writer, true); });
 }
 
 int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
