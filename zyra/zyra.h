@@ -19,6 +19,13 @@
 #include "zyra/rsp/file_header.h"
 #include "zyra/rsp/rsp_block_header.h"
 
+// System response model
+#include "zyra/response/lsp_info.h"
+#include "zyra/response/lsp_info_buffer.h"
+#include "zyra/response/puls.h"
+#include "zyra/response/puls_buffer.h"
+#include "zyra/response/system_response.h"
+
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
 

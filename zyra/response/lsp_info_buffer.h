@@ -1,0 +1,47 @@
+// The loudspeakers of one system response, numbered from 1 (a pulse's Origin).
+#ifndef ZYRA_RESPONSE_LSP_INFO_BUFFER_H_
+#define ZYRA_RESPONSE_LSP_INFO_BUFFER_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "zyra/response/lsp_info.h"
+#include "zyra/response/numbered_slots.h"
+#include "zyra/support/logger.h"
+
+namespace zyra {
+
+// Loudspeakers 1..Count; slot 0 holds a template record that answers GetLengthInFile for
+// the block code and is never saved.
+class CLspInfoBufferClass {
+ public:
+  int32_t Count() const noexcept { return slots_.Count(); }
+  // The reference at iLspInfo; the empty reference outside 0..Count.
+  std::shared_ptr<CLspInfoClass> LspInfo(int32_t iLspInfo) const { return slots_.Get(iLspInfo); }
+  // Stores the reference (no copy); error 9 outside 0..Count.
+  void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo) {
+    slots_.Set(iLspInfo, std::move(cLspInfo));
+  }
+  // Discards all records and makes nLspInfo fresh ones; error 5 for a negative count.
+  void SetCount(int32_t nLspInfo) { slots_.Refill(nLspInfo); }
+  // Resizes keeping the records; error 5 for a negative count.
+  void SetCountPreserve(int32_t nLspInfo) { slots_.Resize(nLspInfo); }
+
+  std::string GetBlockID() const { return "LSPK"; }
+
+  // After pulse iPuls was deleted: every PulsNr above iPuls moves down by one.
+  void CorrectPulsePointers(int32_t iPuls);
+  // True when some loudspeaker has phase data: a trusted IsWithPhase, or no trusted phase
+  // flag and a coherence group (as version-0 records of grouped loudspeakers).
+  bool GetHasPhaseData() const;
+  bool GetHasPseudoLspk() const;
+  void PrintToLogger(Logger& cLogger) const;
+
+ private:
+  NumberedSlots<CLspInfoClass> slots_;
+};
+
+}  // namespace zyra
+
+#endif  // ZYRA_RESPONSE_LSP_INFO_BUFFER_H_

@@ -1,0 +1,82 @@
+#include "zyra/response/lsp_info_buffer.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace zyra {
+namespace {
+
+TEST(LspInfoBufferTest, NewBufferHasOnlyItsTemplateRecord) {
+  CLspInfoBufferClass buffer;
+  EXPECT_EQ(buffer.Count(), 0);
+  EXPECT_NE(buffer.LspInfo(0), nullptr);
+  EXPECT_EQ(buffer.LspInfo(1), nullptr);
+  EXPECT_EQ(buffer.GetBlockID(), "LSPK");
+  EXPECT_FALSE(buffer.GetHasPhaseData());
+  EXPECT_FALSE(buffer.GetHasPseudoLspk());
+  try {
+    buffer.SetLspInfo(1, std::make_shared<CLspInfoClass>());
+    ADD_FAILURE();
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.Number(), kErrSubscript);
+  }
+}
+
+TEST(LspInfoBufferTest, CorrectPulsePointersMovesOnlyLaterPulses) {
+  CLspInfoBufferClass buffer;
+  buffer.SetCount(4);
+  const int32_t before[] = {4, 5, 6, 9};
+  for (int32_t i = 1; i <= 4; ++i) buffer.LspInfo(i)->SetPulsNr(before[i - 1]);
+  buffer.CorrectPulsePointers(5);
+  const int32_t after[] = {4, 5, 5, 8};
+  for (int32_t i = 1; i <= 4; ++i) EXPECT_EQ(buffer.LspInfo(i)->PulsNr(), after[i - 1]);
+}
+
+TEST(LspInfoBufferTest, PhaseDataFromTrustedFlagOrFromCoherenceGroup) {
+  struct Case {
+    bool bValid, bWithPhase;
+    int32_t lGroup;
+    bool expected;
+  };
+  const Case cases[] = {
+      {true, true, 0, true},    {true, false, 3, false},  // a trusted "no phase" wins
+      {false, false, 3, true},  {false, true, 0, false},  // untrusted: the group decides
+      {false, false, 0, false},
+  };
+  for (const Case& c : cases) {
+    CLspInfoBufferClass buffer;
+    buffer.SetCount(2);
+    const auto info = buffer.LspInfo(2);
+    info->SetIsPhaseFlgValid(c.bValid);
+    info->SetIsWithPhase(c.bWithPhase);
+    info->SetCoherenceGroup(c.lGroup);
+    EXPECT_EQ(buffer.GetHasPhaseData(), c.expected) << c.bValid << c.bWithPhase << c.lGroup;
+  }
+}
+
+TEST(LspInfoBufferTest, PseudoLoudspeakerAnywhereCounts) {
+  CLspInfoBufferClass buffer;
+  buffer.SetCount(3);
+  EXPECT_FALSE(buffer.GetHasPseudoLspk());
+  buffer.LspInfo(3)->SetIsPseudo(true);
+  EXPECT_TRUE(buffer.GetHasPseudoLspk());
+}
+
+TEST(LspInfoBufferTest, PrintsEachRecordUnderItsNumber) {
+  CLspInfoBufferClass buffer;
+  buffer.SetCount(1);
+  buffer.LspInfo(1)->SetLabel("Main L");
+  StringLogger logger;
+  buffer.PrintToLogger(logger);
+  const auto& lines = logger.Lines();
+  ASSERT_GE(lines.size(), 4u);
+  EXPECT_EQ(lines[0], "");
+  EXPECT_EQ(lines[1], "");
+  EXPECT_EQ(lines[2], "LspInfo(1):");
+  EXPECT_EQ(lines[3], "CharLabel ");
+  EXPECT_NE(std::find(lines.begin(), lines.end(), "Label Main L"), lines.end());
+}
+
+}  // namespace
+}  // namespace zyra

@@ -1,0 +1,198 @@
+#include "zyra/response/lsp_info.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::Hex;
+using testing::StreamHex;
+using testing::StreamOf;
+using testing::ToHex;
+
+constexpr char kSiteHex[] = "00 00 80 3f 00 00 00 40 00 00 00 c0";  // 1, 2, -2
+constexpr char kAnglesHex[] = "05 00 fa ff 07 00";                  // 5, -6, 7
+constexpr char kFlagsHex[] = "01 00 80 04";  // IsActive, IsPseudo, IsCoherence
+constexpr char kSPL1mHex[] =
+    "10 00 11 00 12 00 13 00 14 00 15 00 16 00 17 00 18 00 19 00 1a 00 "
+    "1b 00 1c 00 1d 00 1e 00 1f 00 20 00 21 00 22 00 23 00 24 00 25 00";
+constexpr char kDirtyHex[] =
+    "50 00 51 00 52 00 53 00 54 00 55 00 56 00 57 00 58 00 59 00 5a 00 "
+    "5b 00 5c 00 5d 00 5e 00 5f 00 60 00 61 00 62 00 63 00 64 00 65 00";
+constexpr char kPhaseHex[] =
+    "31 00 32 00 33 00 34 00 35 00 36 00 37 00 38 00 39 00 3a 00 "
+    "3b 00 3c 00 3d 00 3e 00 3f 00 40 00 41 00 42 00 43 00 44 00 45 00";
+constexpr char kDelayHex[] = "00 00 00 3f";   // 0.5
+constexpr char kPulsNrHex[] = "02 01 00 00";  // 258
+
+CLspInfoClass MarkedLspInfo() {
+  CLspInfoClass info;
+  info.SetLabel("AB");
+  info.SetCoherenceGroup(-3);
+  info.SetSite(1, 1.0f);
+  info.SetSite(2, 2.0f);
+  info.SetSite(3, -2.0f);
+  info.SetHorAngle(5);
+  info.SetVerAngle(-6);
+  info.SetRotAngle(7);
+  info.SetIsActive(true);
+  info.SetIsPseudo(true);
+  info.SetIsCoherence(true);
+  for (int32_t i = 0; i <= 21; ++i) {
+    info.SetSPL1m(i, static_cast<int16_t>(0x10 + i));
+    info.SetDirty(i, static_cast<int16_t>(0x50 + i));
+  }
+  info.SetIsWithPhase(true);
+  info.SetIsPhaseFlgValid(true);
+  for (int32_t i = 1; i <= 21; ++i) info.SetPhase(i, static_cast<int16_t>(0x30 + i));
+  info.SetDelay(0.5f);
+  info.SetPulsNr(258);
+  return info;
+}
+
+struct FieldBytes {
+  int32_t offset;
+  std::string hex;
+};
+
+// The version-1 record of MarkedLspInfo: labels "AB" and "", 184 bytes.
+const FieldBytes kMarkedRecord[] = {
+    {0, "b4 00 00 00"},        // record length 180: the bytes after this field
+    {4, "ae 00 00 00"},        // fixed length 174
+    {8, "02 00 00 00 41 42"},  // Label
+    {14, "00 00 00 00"},       // CharLabel
+    {18, "fd ff ff ff"},       // CoherenceGroup -3
+    {22, kSiteHex},           {34, kAnglesHex}, {40, kFlagsHex},
+    {44, kSPL1mHex},          {88, kDirtyHex},  {132, "03 00"},  // PhaseFlags
+    {134, kPhaseHex},         {176, kDelayHex}, {180, kPulsNrHex},
+};
+
+std::string Joined(std::initializer_list<std::string> parts) {
+  std::string hex;
+  for (const std::string& part : parts) hex += part + " ";
+  return hex;
+}
+
+std::string MarkedRecordHex() {
+  std::string hex;
+  for (const FieldBytes& field : kMarkedRecord) hex += field.hex + " ";
+  return hex;
+}
+
+TEST(LspInfoTest, LengthInFileByVersion) {
+  const std::pair<int32_t, int32_t> cases[] = {{0, 154}, {1, 174}, {2, -1}, {-1, -1}};
+  for (const auto& [iVersion, lLength] : cases) {
+    EXPECT_EQ(CLspInfoClass::GetLengthInFile(iVersion), lLength) << iVersion;
+  }
+}
+
+TEST(LspInfoTest, SavesVersionOneWithItsRecordLengthPatchedIn) {
+  ByteStream stream;
+  stream.WriteInt16(0x7777);
+  MarkedLspInfo().SaveToByteStream(stream);
+  ASSERT_EQ(stream.GetLength(), 2 + 184);
+  EXPECT_EQ(stream.GetPosition(), 2 + 184);
+  for (const FieldBytes& field : kMarkedRecord) {
+    const int32_t lWidth = static_cast<int32_t>(Hex(field.hex).size());
+    EXPECT_EQ(StreamHex(stream, 2 + field.offset, 2 + field.offset + lWidth), ToHex(Hex(field.hex)))
+        << "offset " << field.offset;
+  }
+}
+
+TEST(LspInfoTest, VersionOneReadsBackEveryByte) {
+  ByteStream in = StreamOf(MarkedRecordHex());
+  CLspInfoClass info;
+  EXPECT_EQ(info.ReadFromByteStream(in, 1), 0);
+  EXPECT_EQ(in.GetPosition(), 184);
+  EXPECT_EQ(info.Label(), "AB");
+  EXPECT_EQ(info.CharLabel(), "");
+  EXPECT_EQ(info.CoherenceGroup(), -3);
+  EXPECT_EQ(info.Phase(21), 0x45);
+  ByteStream out;
+  info.SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out), StreamHex(StreamOf(MarkedRecordHex())));
+}
+
+TEST(LspInfoTest, VersionZeroReadsFixedLabelsAndSavesAsVersionOne) {
+  const std::string label = "41 42 20 20 20 20 20 20 20 20 20 20 20 20 20 20";  // "AB" + 14
+  const std::string charLabel = "58 00 00 00 00 00 00 00 00 00 00 00 00 00 00 00";
+  ByteStream in = StreamOf(Joined({label, charLabel, "11 11 11 11", kSiteHex, kAnglesHex, kFlagsHex,
+                                   kSPL1mHex, kDirtyHex, kDelayHex, kPulsNrHex}));
+  ASSERT_EQ(in.GetLength(), 154);
+  CLspInfoClass info;
+  EXPECT_EQ(info.ReadFromByteStream(in, 0), 0);
+  EXPECT_EQ(in.GetPosition(), 154);
+  EXPECT_EQ(info.Label(), "AB              ");
+  EXPECT_EQ(info.CharLabel(), std::string("X") + std::string(15, '\0'));
+  EXPECT_EQ(info.Site(1), 1.0f);  // the discarded value does not land anywhere
+
+  // Labels become texts of 16 characters; no coherence group, no phase data.
+  ByteStream out;
+  info.SaveToByteStream(out);
+  EXPECT_EQ(
+      StreamHex(out),
+      ToHex(Hex(Joined({"d2 00 00 00 ae 00 00 00", "10 00 00 00", label, "10 00 00 00", charLabel,
+                        "00 00 00 00", kSiteHex, kAnglesHex, kFlagsHex, kSPL1mHex, kDirtyHex,
+                        "00 00", ToHex(std::vector<uint8_t>(42, 0)), kDelayHex, kPulsNrHex}))));
+}
+
+TEST(LspInfoTest, WrongFixedLengthStopsAfterIt) {
+  std::string hex = MarkedRecordHex();
+  hex.replace(hex.find("ae 00"), 5, "ad 00");
+  ByteStream in = StreamOf(hex);
+  CLspInfoClass info;
+  EXPECT_EQ(info.ReadFromByteStream(in, 1), -1);
+  EXPECT_EQ(in.GetPosition(), 8);
+  EXPECT_EQ(info.Label(), "");
+}
+
+TEST(LspInfoTest, HostileBytesRaiseInsteadOfReading) {
+  struct Case {
+    std::string hex;
+    int32_t iVersion, number;
+  };
+  const Case cases[] = {
+      {"b4 00 00 00 ae 00 00 00 ff ff ff ff 41", 1, kErrInvalidCall},  // negative text length
+      {"b4 00 00 00 ae 00 00 00 ff ff ff 7f 41", 1, kErrPastEnd},      // text past the end
+      {"b4 00 00 00 ae 00", 1, kErrPastEnd},
+      {"41", 0, kErrPastEnd},  // 1 of 154 bytes
+  };
+  for (const Case& c : cases) {
+    ByteStream in = StreamOf(c.hex);
+    CLspInfoClass info;
+    try {
+      info.ReadFromByteStream(in, c.iVersion);
+      ADD_FAILURE() << c.hex;
+    } catch (const RuntimeError& error) {
+      EXPECT_EQ(error.Number(), c.number) << c.hex;
+    }
+  }
+}
+
+TEST(LspInfoTest, UnknownVersionReadsNothing) {
+  ByteStream in = StreamOf(MarkedRecordHex());
+  CLspInfoClass info;
+  EXPECT_EQ(info.ReadFromByteStream(in, 2), 0);
+  EXPECT_EQ(in.GetPosition(), 0);
+}
+
+TEST(LspInfoTest, CopyDeepKeepsOnlyFlagBitsWithAProperty) {
+  std::string hex = MarkedRecordHex();
+  hex.replace(hex.find(kFlagsHex), 11, "ff ff ff ff");
+  hex.replace(hex.find("03 00 31 00"), 5, "ff ff");
+  ByteStream in = StreamOf(hex);
+  CLspInfoClass info;
+  ASSERT_EQ(info.ReadFromByteStream(in, 1), 0);
+  ByteStream out;
+  info.CopyDeep()->SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out, 40, 44), "01 00 80 07");
+  EXPECT_EQ(StreamHex(out, 132, 134), "03 00");
+  EXPECT_EQ(StreamHex(out, 0, 40), StreamHex(in, 0, 40));
+  EXPECT_EQ(StreamHex(out, 44, 132), StreamHex(in, 44, 132));
+  EXPECT_EQ(StreamHex(out, 134), StreamHex(in, 134));
+}
+
+}  // namespace
+}  // namespace zyra

@@ -1,0 +1,307 @@
+#include "zyra/response/puls.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+using testing::StreamOf;
+
+constexpr char kSPLHex[] =
+    "10 00 11 00 12 00 13 00 14 00 15 00 16 00 17 00 18 00 19 00 1a 00 "
+    "1b 00 1c 00 1d 00 1e 00 1f 00 20 00 21 00 22 00 23 00 24 00 25 00";
+constexpr char kPhaseHex[] =
+    "30 00 31 00 32 00 33 00 34 00 35 00 36 00 37 00 38 00 39 00 3a 00 "
+    "3b 00 3c 00 3d 00 3e 00 3f 00 40 00 41 00 42 00 43 00 44 00 45 00";
+
+// A pulse whose every field holds a value that is easy to find in the bytes.
+CPulsClass MarkedPuls() {
+  CPulsClass puls;
+  puls.SetOrigin(0x0102);
+  for (int32_t i = 0; i <= 21; ++i) {
+    puls.SetSPL(i, static_cast<int16_t>(0x10 + i));
+    puls.SetPhase(i, static_cast<int16_t>(0x30 + i));
+  }
+  puls.SetTravel(1.5f);
+  puls.SetHorAngle(-1);
+  puls.SetVerAngle(2);
+  puls.SetROrder(3);
+  puls.SetMultiple(4);
+  puls.SetLinie(0, 0, 1.0f);
+  puls.SetLinie(1, 0, 2.0f);
+  puls.SetLinie(0, 1, -2.0f);
+  puls.SetLinie(1, 1, 0.5f);
+  puls.SetFarbe(0x11223344);
+  puls.SetRayX(1, 1.0f);
+  puls.SetRayX(2, 2.0f);
+  puls.SetRayX(3, -2.0f);
+  puls.SetID(0x0a0b0c0d);
+  puls.SetIsInactive(true);
+  puls.SetIsBundle(true);
+  puls.SetIsLspOff(true);
+  puls.SetID_Pseudo(-2);
+  return puls;
+}
+
+struct FieldBytes {
+  int32_t offset;
+  std::string hex;
+};
+
+// The version-1 record of MarkedPuls, field by field.
+const FieldBytes kMarkedRecord[] = {
+    {0, "02 01"},                     // Origin
+    {2, kSPLHex},                     // SPL(0..21)
+    {46, "00 00 c0 3f"},              // Travel 1.5
+    {50, "ff ff 02 00 03 00 04 00"},  // HorAngle, VerAngle, ROrder, Multiple
+    {58, "00 00 80 3f 00 00 00 40 00 00 00 c0 00 00 00 3f"},  // Linie (0,0) (1,0) (0,1) (1,1)
+    {74, "44 33 22 11"},                                      // Farbe
+    {78, "00 00 80 3f 00 00 00 40 00 00 00 c0"},              // RayX(1..3)
+    {90, "0d 0c 0b 0a"},                                      // ID
+    {94, "45 00 00 00"},                                      // Flags 0x01 | 0x04 | 0x40
+    {98, kPhaseHex},                                          // Phase(0..21)
+    {142, "fe ff ff ff"},                                     // ID_Pseudo
+    {146, "00 00 00 00"},                                     // Reserved of a new pulse
+};
+
+std::string MarkedRecordHex() {
+  std::string hex;
+  for (const FieldBytes& field : kMarkedRecord) hex += field.hex + " ";
+  return hex;
+}
+
+void ExpectRaises(int32_t number, const std::function<void()>& call) {
+  try {
+    call();
+    ADD_FAILURE() << "no error " << number;
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.Number(), number);
+  }
+}
+
+TEST(PulsTest, LengthInFileByVersion) {
+  const std::pair<int32_t, int32_t> cases[] = {{0, 78}, {1, 150}, {2, -1}, {-1, -1}};
+  for (const auto& [iVersion, lLength] : cases) {
+    EXPECT_EQ(CPulsClass::GetLengthInFile(iVersion), lLength) << iVersion;
+  }
+}
+
+TEST(PulsTest, SavesVersionOneFieldsAtTheirOffsets) {
+  ByteStream stream;
+  stream.WriteInt16(0x7777);  // the record starts where the stream stands
+  MarkedPuls().SaveToByteStream(stream);
+  ASSERT_EQ(stream.GetLength(), 2 + 150);
+  for (const FieldBytes& field : kMarkedRecord) {
+    const int32_t lWidth = static_cast<int32_t>(testing::Hex(field.hex).size());
+    EXPECT_EQ(StreamHex(stream, 2 + field.offset, 2 + field.offset + lWidth),
+              testing::ToHex(testing::Hex(field.hex)))
+        << "offset " << field.offset;
+  }
+}
+
+TEST(PulsTest, VersionOneReadKeepsEveryByteIncludingReservedAndUnnamedFlags) {
+  // Flags with every bit set and a Reserved text: both come back unchanged.
+  std::string hex = MarkedRecordHex();
+  hex.replace(hex.find("45 00 00 00"), 11, "ff ff ff ff");
+  hex.replace(hex.rfind("00 00 00 00"), 11, "41 42 43 44");
+  ByteStream in = StreamOf(hex);
+  CPulsClass puls;
+  puls.ReadFromByteStream(in, 1);
+  EXPECT_EQ(in.GetPosition(), 150);
+  EXPECT_EQ(puls.Origin(), 0x0102);
+  EXPECT_EQ(puls.SPL(21), 0x25);
+  EXPECT_EQ(puls.Linie(0, 1), -2.0f);
+  EXPECT_EQ(puls.ROrder(), 3);
+  EXPECT_EQ(puls.ID_Pseudo(), -2);
+  EXPECT_TRUE(puls.IsCoherence());
+
+  ByteStream out;
+  puls.SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out), StreamHex(StreamOf(hex)));
+}
+
+TEST(PulsTest, VersionZeroIsThePrefixAndLeavesTheRestZero) {
+  const std::string hex = MarkedRecordHex();
+  const std::string prefix = StreamHex(StreamOf(hex), 0, 78);
+  ByteStream in = StreamOf(prefix + " 99");
+  CPulsClass puls = MarkedPuls();  // reading clears what the record held
+  puls.ReadFromByteStream(in, 0);
+  EXPECT_EQ(in.GetPosition(), 78);
+
+  ByteStream out;
+  puls.SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out, 0, 78), prefix);
+  EXPECT_EQ(StreamHex(out, 78), testing::ToHex(std::vector<uint8_t>(72, 0)));
+}
+
+TEST(PulsTest, ShortStreamRaisesPastEndAndChangesNothing) {
+  ByteStream in = StreamOf(StreamHex(StreamOf(MarkedRecordHex()), 0, 149));
+  CPulsClass puls;
+  puls.SetID(7);
+  ExpectRaises(kErrPastEnd, [&] { puls.ReadFromByteStream(in, 1); });
+  EXPECT_EQ(in.GetPosition(), 0);
+  EXPECT_EQ(puls.ID(), 7);
+}
+
+TEST(PulsTest, UnknownVersionReadsNothingAndClears) {
+  ByteStream in = StreamOf(MarkedRecordHex());
+  CPulsClass puls = MarkedPuls();
+  puls.ReadFromByteStream(in, 2);
+  EXPECT_EQ(in.GetPosition(), 0);
+  ByteStream out;
+  puls.SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out), testing::ToHex(std::vector<uint8_t>(150, 0)));
+}
+
+TEST(PulsTest, CopyDeepLeavesReservedAndBitsWithoutPropertyBehind) {
+  std::string hex = MarkedRecordHex();
+  hex.replace(hex.find("45 00 00 00"), 11, "ff ff ff ff");
+  hex.replace(hex.rfind("00 00 00 00"), 11, "41 42 43 44");
+  ByteStream in = StreamOf(hex);
+  CPulsClass puls;
+  puls.ReadFromByteStream(in, 1);
+
+  ByteStream out;
+  puls.CopyDeep()->SaveToByteStream(out);
+  EXPECT_EQ(StreamHex(out, 94, 98), "77 00 00 00");  // the six named bits only
+  EXPECT_EQ(StreamHex(out, 146), "00 00 00 00");
+  EXPECT_EQ(StreamHex(out, 0, 94), StreamHex(in, 0, 94));
+  EXPECT_EQ(StreamHex(out, 98, 146), StreamHex(in, 98, 146));
+}
+
+TEST(PulsTest, LetOfOriginAndROrderKeepsSixteenBitsSignExtended) {
+  const std::pair<int32_t, int32_t> cases[] = {
+      {5, 5}, {-3, -3}, {0x12345, 0x2345}, {0x18000, -32768}, {65535, -1}};
+  for (const auto& [lSet, lGot] : cases) {
+    CPulsClass puls;
+    puls.SetOrigin(lSet);
+    puls.SetROrder(lSet);
+    EXPECT_EQ(puls.Origin(), lGot) << lSet;
+    EXPECT_EQ(puls.ROrder(), lGot) << lSet;
+  }
+}
+
+TEST(PulsTest, LinieTakesTwoIndicesOfZeroOrOne) {
+  CPulsClass puls;
+  ExpectRaises(kErrSubscript, [&] { puls.Linie(2, 0); });
+  ExpectRaises(kErrSubscript, [&] { puls.SetLinie(0, -1, 0); });
+}
+
+TEST(PulsTest, ActiveForCalcByFlagsAndMode) {
+  struct Case {
+    int32_t flags;
+    bool withInterference, withoutInterference;
+  };
+  const Case cases[] = {
+      {0, true, true},
+      {kPulsFlagPseudo, false, true},
+      {kPulsFlagMember, true, false},
+      {kPulsFlagCoherence, false, false},
+      {kPulsFlagInactive, false, false},
+      {kPulsFlagPseudo | kPulsFlagMember, false, false},
+      {kPulsFlagBundle | kPulsFlagLspOff, true, true},
+  };
+  for (const Case& c : cases) {
+    CPulsClass puls;
+    puls.SetIsInactive((c.flags & kPulsFlagInactive) != 0);
+    puls.SetIsPseudo((c.flags & kPulsFlagPseudo) != 0);
+    puls.SetIsMember((c.flags & kPulsFlagMember) != 0);
+    puls.SetIsCoherence((c.flags & kPulsFlagCoherence) != 0);
+    puls.SetIsBundle((c.flags & kPulsFlagBundle) != 0);
+    puls.SetIsLspOff((c.flags & kPulsFlagLspOff) != 0);
+    puls.SetSPL(11, 6000);
+    EXPECT_EQ(puls.IsActiveForCalc(true), c.withInterference) << c.flags;
+    EXPECT_EQ(puls.IsActiveForCalc(false), c.withoutInterference) << c.flags;
+    EXPECT_EQ(puls.GetSPLForCalc(11, true), c.withInterference ? 60.0 : 0.0) << c.flags;
+  }
+}
+
+TEST(PulsTest, CalcValuesFollowTheLevelInHundredthsOfADecibel) {
+  struct Case {
+    int16_t iSPL;
+    double dB, pressure, energy;
+  };
+  const Case cases[] = {
+      {1, 0.01, std::pow(10.0, 0.0005), std::pow(10.0, 0.001)},
+      {2000, 20.0, 10.0, 100.0},
+      {-3000, 0, 0, 0},  // a negative level carries no energy
+      {0, 0, 0, 0},      // 0 is silent, not 0 dB
+  };
+  for (const Case& c : cases) {
+    CPulsClass puls;
+    puls.SetSPL(5, c.iSPL);
+    EXPECT_DOUBLE_EQ(puls.GetSPLForCalc(5, false), c.dB) << c.iSPL;
+    EXPECT_DOUBLE_EQ(puls.GetPressureForCalc(5, false), c.pressure) << c.iSPL;
+    EXPECT_DOUBLE_EQ(puls.GetEnergyForCalc(5, false), c.energy) << c.iSPL;
+  }
+}
+
+TEST(PulsTest, RayPointsAgainstTheDirectionOfIncidence) {
+  struct Case {
+    int16_t h, v;
+    float x, y, z;
+  };
+  const double r = 1 / std::sqrt(2.0);
+  const Case cases[] = {
+      {0, 0, -1, -0.0f, -0.0f},
+      {0, 90, 0, 0, -1},
+      {90, 0, 0, -1, 0},
+      {180, 0, 1, 0, 0},
+      {45, 0, static_cast<float>(-r), static_cast<float>(-r), 0},
+      {-90, -30, 0, static_cast<float>(std::sqrt(0.75)), 0.5f},
+  };
+  for (const Case& c : cases) {
+    CPulsClass puls;
+    puls.SetHorAngle(c.h);
+    puls.SetVerAngle(c.v);
+    puls.CalculateRayFromAngles();
+    EXPECT_NEAR(puls.RayX(1), c.x, 1e-6) << c.h << " " << c.v;
+    EXPECT_NEAR(puls.RayX(2), c.y, 1e-6) << c.h << " " << c.v;
+    EXPECT_NEAR(puls.RayX(3), c.z, 1e-6) << c.h << " " << c.v;
+  }
+  CPulsClass straight;
+  straight.CalculateRayFromAngles();
+  EXPECT_TRUE(std::signbit(straight.RayX(2)));
+  EXPECT_TRUE(std::signbit(straight.RayX(3)));
+  // The angle passes through a Single: cos of float(pi/2) is about -4.37E-08.
+  CPulsClass up;
+  up.SetVerAngle(90);
+  up.CalculateRayFromAngles();
+  EXPECT_FLOAT_EQ(up.RayX(1), 4.371139e-08f);
+}
+
+TEST(PulsTest, SPLArrayHoldsBandsOneToTwentyOne) {
+  const CPulsClass puls = MarkedPuls();
+  const std::vector<int16_t> levels = puls.GetSPLArray();
+  ASSERT_EQ(levels.size(), 21u);
+  EXPECT_EQ(levels.front(), 0x11);
+  EXPECT_EQ(levels.back(), 0x25);
+}
+
+TEST(PulsTest, PrintsLabelsInTheirFixedOrder) {
+  CPulsClass puls = MarkedPuls();
+  StringLogger logger;
+  puls.PrintToLogger(logger);
+  std::vector<std::string> expected = {
+      "Farbe 287454020", "HorAngle -1",       "ID 168496141",        "ID_Pseudo -2",
+      "IsBundle True",   "IsCoherence False", "IsDirectSound False", "IsInactive True",
+      "IsLspOff True",   "IsMember False",    "IsPseudo False",      "Origin 258"};
+  for (int32_t i = 0; i <= 21; ++i) {
+    expected.push_back("Phase(" + std::to_string(i) + ") " + std::to_string(0x30 + i));
+  }
+  expected.insert(expected.end(), {"RayX(1) 1", "RayX(2) 2", "RayX(3) -2", "ROrder 3"});
+  for (int32_t i = 0; i <= 21; ++i) {
+    expected.push_back("SPL(" + std::to_string(i) + ") " + std::to_string(0x10 + i));
+  }
+  expected.insert(expected.end(), {"Travel 1.5", "VerAngle 2"});
+  EXPECT_EQ(logger.Lines(), expected);
+}
+
+}  // namespace
+}  // namespace zyra

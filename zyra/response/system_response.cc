@@ -1,0 +1,238 @@
+#include "zyra/response/system_response.h"
+
+#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/support/errors.h"
+#include "zyra/support/flags.h"
+
+namespace zyra {
+
+namespace {
+
+// Header values both block writers use.
+constexpr int16_t kBlockHeaderLength = 14;
+constexpr int16_t kBlockVersion = 1;
+constexpr int32_t kPulsBlockFlags = kBlockFlagCounted;
+constexpr int32_t kLspInfoBlockFlags = 14;
+// The level of an inactive direct sound in the saved block: it keeps its place, no energy.
+constexpr int16_t kSilentLevel = -20000;
+
+}  // namespace
+
+// ---- The two buffers ----
+
+const std::shared_ptr<CPulsBufferClass>& CSystemResponse::Pulses() const {
+  if (!pulses_) pulses_ = std::make_shared<CPulsBufferClass>();
+  return pulses_;
+}
+
+const std::shared_ptr<CLspInfoBufferClass>& CSystemResponse::LspInfos() const {
+  if (!lspInfos_) lspInfos_ = std::make_shared<CLspInfoBufferClass>();
+  return lspInfos_;
+}
+
+void CSystemResponse::SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls) {
+  Pulses()->SetPuls(iPuls, std::move(cPuls));
+}
+
+void CSystemResponse::SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo) {
+  LspInfos()->SetLspInfo(iLspInfo, std::move(cLspInfo));
+}
+
+// ---- Save numbering ----
+
+std::vector<int32_t> CSystemResponse::BuildSavedLspNumbers() const {
+  const CLspInfoBufferClass& infos = *LspInfos();
+  std::vector<int32_t> laNumbers(static_cast<size_t>(infos.Count()) + 1, 0);
+  int32_t lNext = 0;
+  for (int32_t i = 1; i <= infos.Count(); ++i) {
+    const std::shared_ptr<CLspInfoClass> cInfo = Required(infos.LspInfo(i));
+    if (cInfo->IsActive() && !cInfo->IsValidCoherence())
+      laNumbers[static_cast<size_t>(i)] = ++lNext;
+  }
+  return laNumbers;
+}
+
+int32_t CSystemResponse::SavedLspNumber(const std::vector<int32_t>& laNumbers, int32_t lOrigin) {
+  if (lOrigin < 0 || static_cast<size_t>(lOrigin) >= laNumbers.size()) RaiseError(kErrSubscript);
+  return laNumbers[static_cast<size_t>(lOrigin)];
+}
+
+bool CSystemResponse::IsSavedPuls(const CPulsClass& cPuls) noexcept {
+  if (cPuls.IsCoherence()) return false;
+  return !(cPuls.IsInactive() && cPuls.ROrder() != 0);
+}
+
+// ---- The "PULS" block ----
+
+int32_t CSystemResponse::ReadPulsBlockFromByteStream(ByteStream& cByteStream,
+                                                     std::string& sErrorMessage,
+                                                     BusyIndicator* cBusy, bool bIgnoreInactive,
+                                                     bool bIgnorePseudos, bool bIgnoreBundles,
+                                                     Logger* cReadLogger) {
+  CPulsBufferClass& buffer = *Pulses();
+  CRspBlockHeaderClass header;
+  header.ReadFromByteStream(cByteStream, cReadLogger);
+  const int32_t iVersion = header.Vrsn();
+  const int32_t lRecord = Required(buffer.Puls(0))->GetLengthInFile(iVersion);
+  // An unknown version has no record length, whatever the header claims.
+  if (lRecord < 0 || header.lInfo() != lRecord) {
+    sErrorMessage = "Bad Puls Length";
+    return -1;
+  }
+  const int32_t nInfo = header.nInfo();
+  // A count the stream cannot hold fails as the read of its first missing record would,
+  // before anything is allocated for it.
+  if (nInfo > cByteStream.Remaining() / lRecord) RaiseError(kErrPastEnd);
+  buffer.SetCount(nInfo, cBusy);
+
+  int32_t lResult = 0;
+  int32_t nKept = 0;
+  for (int32_t i = 1; i <= nInfo; ++i) {
+    // Each record is read into the next free slot, a fresh pulse from SetCount; a dropped
+    // record leaves the slot to the next one (reading clears the record first).
+    CPulsClass& puls = *buffer.Puls(nKept + 1);
+    puls.ReadFromByteStream(cByteStream, iVersion);
+    // Bundle reflections without their pseudo pulse: the caller must build it, also when
+    // the reflection itself is filtered out here.
+    if (puls.IsBundle() && puls.ID_Pseudo() == 0 && puls.ROrder() >= 1) lResult = 1;
+    const bool bDrop = (puls.IsInactive() && bIgnoreInactive) ||
+                       (puls.IsPseudo() && bIgnorePseudos) || (puls.IsBundle() && bIgnoreBundles);
+    if (!bDrop) ++nKept;
+  }
+  if (nKept < nInfo) buffer.SetCountPreserve(nKept);
+  if (cReadLogger != nullptr) buffer.PrintToLogger(*cReadLogger);
+  sErrorMessage.clear();
+  return lResult;
+}
+
+void CSystemResponse::SavePulsBlockToByteStream(ByteStream& cByteStream, bool bFlagAsLast,
+                                                int32_t& lLengthOfBlockHeader) const {
+  const std::vector<int32_t> laNumbers = BuildSavedLspNumbers();
+  const CPulsBufferClass& buffer = *Pulses();
+
+  CRspBlockHeaderClass header;
+  header.SetIDfx(buffer.GetBlockID());
+  header.SetlHdr(kBlockHeaderLength);
+  header.SetVrsn(kBlockVersion);
+  header.Setflags(kPulsBlockFlags);
+  header.SetnInfo(buffer.Count());
+  header.SetlInfo(Required(buffer.Puls(0))->GetLengthInFile(kBlockVersion));
+  const int32_t lBlockStart = cByteStream.GetPosition();
+  header.SaveToByteStream(cByteStream);
+  lLengthOfBlockHeader = cByteStream.GetPosition() - lBlockStart;
+
+  int32_t nWritten = 0;
+  for (int32_t i = 1; i <= buffer.Count(); ++i) {
+    const std::shared_ptr<CPulsClass> cPuls = Required(buffer.Puls(i));
+    if (!IsSavedPuls(*cPuls)) continue;
+    // The copy leaves Reserved and the flag bits without a property behind.
+    CPulsClass copy = cPuls->CopyThroughProperties();
+    copy.SetOrigin(SavedLspNumber(laNumbers, copy.Origin()));
+    if (copy.IsInactive()) {
+      for (int32_t iBand = 0; iBand <= 21; ++iBand) copy.SetSPL(iBand, kSilentLevel);
+    }
+    copy.SaveToByteStream(cByteStream);
+    ++nWritten;
+  }
+
+  header.SetnInfo(nWritten);
+  if (bFlagAsLast) {
+    int32_t flags = header.flags();
+    SetFlag(flags, kBlockFlagLast, true);
+    header.Setflags(flags);
+  }
+  const int32_t lEnd = cByteStream.GetPosition();
+  cByteStream.SetPosition(lBlockStart);
+  header.SaveToByteStream(cByteStream);
+  cByteStream.SetPosition(lEnd);
+}
+
+// ---- The "LSPK" block ----
+
+int32_t CSystemResponse::ReadLspInfoBlockFromByteStream(ByteStream& cByteStream,
+                                                        std::string& sErrorMessage,
+                                                        Logger* cReadLogger) {
+  CLspInfoBufferClass& buffer = *LspInfos();
+  CRspBlockHeaderClass header;
+  header.ReadFromByteStream(cByteStream, cReadLogger);
+  const int32_t iVersion = header.Vrsn();
+  if (iVersion == 0 && header.lInfo() != Required(buffer.LspInfo(0))->GetLengthInFile(0)) {
+    sErrorMessage = "Bad LspInfo30 Length";
+    return -1;
+  }
+  // Version-1 records vary in length: the count is judged by the shortest record there can
+  // be. A record of a later version is taken to be at least as long.
+  const int32_t lShortest =
+      iVersion == 0 ? CLspInfoClass::kLengthVersion0 : CLspInfoClass::kMinLengthVersion1;
+  const int32_t nInfo = header.nInfo();
+  if (nInfo > cByteStream.Remaining() / lShortest) RaiseError(kErrPastEnd);
+  buffer.SetCount(nInfo);
+  for (int32_t i = 1; i <= nInfo; ++i) {
+    if (Required(buffer.LspInfo(i))->ReadFromByteStream(cByteStream, iVersion) != 0) {
+      sErrorMessage = "Bad LspInfo Length";
+      return -1;
+    }
+  }
+  if (cReadLogger != nullptr) buffer.PrintToLogger(*cReadLogger);
+  sErrorMessage.clear();
+  return 0;
+}
+
+void CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
+                                                   bool bDontSaveBundles) const {
+  const std::vector<int32_t> laNumbers = BuildSavedLspNumbers();
+  const CPulsBufferClass& pulses = *Pulses();
+  const CLspInfoBufferClass& infos = *LspInfos();
+
+  // Where each loudspeaker's direct sound lands in the saved "PULS" block (the last one
+  // wins); 0 when it has none there.
+  std::vector<int32_t> laDirectPuls(laNumbers.size(), 0);
+  int32_t lSavedIndex = 0;
+  for (int32_t i = 1; i <= pulses.Count(); ++i) {
+    const std::shared_ptr<CPulsClass> cPuls = Required(pulses.Puls(i));
+    if (!IsSavedPuls(*cPuls)) continue;
+    ++lSavedIndex;
+    if (cPuls->ROrder() != 0) continue;
+    const int32_t lOrigin = cPuls->Origin();
+    SavedLspNumber(laNumbers, lOrigin);  // the "PULS" writer would fail on it too
+    laDirectPuls[static_cast<size_t>(lOrigin)] = lSavedIndex;
+  }
+
+  CRspBlockHeaderClass header;
+  header.SetIDfx(infos.GetBlockID());
+  header.SetlHdr(kBlockHeaderLength);
+  header.SetVrsn(kBlockVersion);
+  header.Setflags(kLspInfoBlockFlags);
+  header.SetnInfo(0);
+  header.SetlInfo(0);
+  int32_t lBlockStart = -1;  // the header is written just before the first record
+  int32_t lBodyStart = 0;
+  int32_t nWritten = 0;
+  for (int32_t i = 1; i <= infos.Count(); ++i) {
+    // Not saved: inactive and valid coherence loudspeakers (no number), and bundle members
+    // when their pseudo loudspeaker is to stand for them.
+    if (laNumbers[static_cast<size_t>(i)] == 0) continue;
+    const std::shared_ptr<CLspInfoClass> cInfo = Required(infos.LspInfo(i));
+    if (bDontSaveBundles && cInfo->IsMember() && !cInfo->IsPseudo()) continue;
+    CLspInfoClass copy = cInfo->CopyThroughProperties();
+    copy.SetIsActive(true);
+    copy.SetPulsNr(laDirectPuls[static_cast<size_t>(i)]);
+    if (lBlockStart < 0) {
+      lBlockStart = cByteStream.GetPosition();
+      header.SaveToByteStream(cByteStream);
+      lBodyStart = cByteStream.GetPosition();
+    }
+    copy.SaveToByteStream(cByteStream);
+    ++nWritten;
+  }
+  if (nWritten == 0) return;  // deliberately no empty block
+
+  const int32_t lEnd = cByteStream.GetPosition();
+  header.SetnInfo(nWritten);
+  header.SetlInfo(lEnd - lBodyStart);
+  cByteStream.SetPosition(lBlockStart);
+  header.SaveToByteStream(cByteStream);
+  cByteStream.SetPosition(lEnd);
+}
+
+}  // namespace zyra

@@ -1,0 +1,79 @@
+// The system response at one receiver: its pulses and the loudspeakers that produced them.
+#ifndef ZYRA_RESPONSE_SYSTEM_RESPONSE_H_
+#define ZYRA_RESPONSE_SYSTEM_RESPONSE_H_
+
+#include <cstdint>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "zyra/response/lsp_info.h"
+#include "zyra/response/lsp_info_buffer.h"
+#include "zyra/response/puls.h"
+#include "zyra/response/puls_buffer.h"
+#include "zyra/support/busy_indicator.h"
+#include "zyra/support/byte_stream.h"
+#include "zyra/support/logger.h"
+
+namespace zyra {
+
+// Owns one pulse buffer and one loudspeaker buffer, each made on first use, so that it never
+// hands out an empty reference. A pulse's Origin is the number of its loudspeaker (0: none).
+class CSystemResponse {
+ public:
+  // ---- The two buffers and their records (shared, not copied) ----
+  std::shared_ptr<CPulsClass> Puls(int32_t iPuls) const { return Pulses()->Puls(iPuls); }
+  void SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls);
+  std::shared_ptr<CLspInfoClass> LspInfo(int32_t iLspInfo) const {
+    return LspInfos()->LspInfo(iLspInfo);
+  }
+  void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo);
+  const std::shared_ptr<CPulsBufferClass>& Pulses() const;
+  const std::shared_ptr<CLspInfoBufferClass>& LspInfos() const;
+
+  // ---- The "PULS" block ----
+  // Reads the block at the stream's position: 0, or 1 when some bundle reflection has no
+  // pseudo pulse yet (whether kept or filtered out); -1 with "Bad Puls Length" when the
+  // header's record length does not fit its version (the buffer then keeps its pulses).
+  // A count that the rest of the stream cannot hold is error 62, a negative one error 5.
+  int32_t ReadPulsBlockFromByteStream(ByteStream& cByteStream, std::string& sErrorMessage,
+                                      BusyIndicator* cBusy, bool bIgnoreInactive,
+                                      bool bIgnorePseudos, bool bIgnoreBundles,
+                                      Logger* cReadLogger = nullptr);
+  // Writes the block without coherence pulses and inactive reflections; inactive direct
+  // sounds keep their place at -200 dB. Origins are renumbered as the "LSPK" block numbers
+  // the loudspeakers (error 9 for an Origin outside 0..Count of the loudspeakers). The
+  // buffer is not changed.
+  void SavePulsBlockToByteStream(ByteStream& cByteStream, bool bFlagAsLast,
+                                 int32_t& lLengthOfBlockHeader) const;
+
+  // ---- The "LSPK" block ----
+  // 0; -1 with "Bad LspInfo30 Length" (version-0 block of a wrong record length) or "Bad
+  // LspInfo Length" (a record of a wrong fixed length; the records before it stay). A count
+  // that the rest of the stream cannot hold is error 62, a negative one error 5.
+  int32_t ReadLspInfoBlockFromByteStream(ByteStream& cByteStream, std::string& sErrorMessage,
+                                         Logger* cReadLogger = nullptr);
+  // Writes the active loudspeakers that are not valid coherence loudspeakers (and, with
+  // bDontSaveBundles, not bundle members), each pointing at its direct sound in the saved
+  // "PULS" block. Writes nothing at all when no loudspeaker qualifies.
+  void SaveLspInfoBlockToByteStream(ByteStream& cByteStream, bool bDontSaveBundles) const;
+
+ private:
+  // ---- Save numbering, shared by both block writers so that their numbers agree ----
+  // Element i (0..Count of the loudspeakers) is the number loudspeaker i gets in the saved
+  // "LSPK" block: 1, 2, ... for the active ones that are not valid coherence loudspeakers,
+  // 0 for the others (element 0, "no loudspeaker", stays 0).
+  std::vector<int32_t> BuildSavedLspNumbers() const;
+  // The saved number of the loudspeaker `lOrigin`; error 9 outside 0..Count.
+  static int32_t SavedLspNumber(const std::vector<int32_t>& laNumbers, int32_t lOrigin);
+  // Whether the "PULS" writer writes the pulse: not a coherence pulse, not an inactive
+  // reflection.
+  static bool IsSavedPuls(const CPulsClass& cPuls) noexcept;
+
+  mutable std::shared_ptr<CPulsBufferClass> pulses_;
+  mutable std::shared_ptr<CLspInfoBufferClass> lspInfos_;
+};
+
+}  // namespace zyra
+
+#endif  // ZYRA_RESPONSE_SYSTEM_RESPONSE_H_

@@ -1,0 +1,447 @@
+#include "zyra/response/system_response.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "tests/test_support.h"
+#include "zyra/rsp/rsp_block_header.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+
+void ExpectRaises(int32_t number, const std::function<void()>& call) {
+  try {
+    call();
+    ADD_FAILURE() << "no error " << number;
+  } catch (const RuntimeError& error) {
+    EXPECT_EQ(error.Number(), number);
+  }
+}
+
+struct Lsp {
+  std::string sLabel;
+  bool bActive, bCoherence, bInvalid, bMember;
+};
+struct Pls {
+  int32_t lOrigin, lOrder, lID;
+  bool bInactive, bCoherence;
+};
+
+// Loudspeakers: 1 saved; 2 inactive; 3 a valid coherence loudspeaker; 4 a coherence
+// loudspeaker whose group is invalid (saved); 5 a bundle member (saved unless bundles are
+// dropped).
+const Lsp kLsps[] = {{"L1", true, false, false, false},
+                     {"L2", false, false, false, false},
+                     {"L3", true, true, false, false},
+                     {"L4", true, true, true, false},
+                     {"L5", true, false, false, true}};
+// Pulses, with where they land in the saved "PULS" block.
+const Pls kPulses[] = {
+    {1, 0, 1, false, false},  // saved 1, Origin 1
+    {3, 1, 2, false, true},   // a coherence pulse: not saved
+    {1, 2, 3, true, false},   // an inactive reflection: not saved
+    {2, 0, 4, true, false},   // an inactive direct sound: saved 2, Origin 0, -200 dB
+    {4, 1, 5, false, false},  // saved 3, Origin 2
+    {0, 0, 6, false, false},  // saved 4, Origin 0
+    {4, 0, 7, false, false},  // saved 5, Origin 2
+    {5, 0, 8, false, false},  // saved 6, Origin 3
+};
+
+// The first pulse carries bits without a property (0x08, 0x80) and a Reserved text.
+std::shared_ptr<CPulsClass> PulsWithUnnamedBits() {
+  std::string hex(150 * 3, ' ');
+  for (size_t i = 0; i < 150; ++i) hex.replace(3 * i, 2, "00");
+  hex.replace(94 * 3, 2, "88");
+  hex.replace(146 * 3, 11, "41 42 43 44");
+  ByteStream stream = testing::StreamOf(hex);
+  auto puls = std::make_shared<CPulsClass>();
+  puls->ReadFromByteStream(stream, 1);
+  return puls;
+}
+
+CSystemResponse MakeResponse() {
+  CSystemResponse rsp;
+  rsp.LspInfos()->SetCount(5);
+  for (int32_t i = 1; i <= 5; ++i) {
+    const Lsp& l = kLsps[i - 1];
+    const auto info = rsp.LspInfo(i);
+    info->SetLabel(l.sLabel);
+    info->SetIsActive(l.bActive);
+    info->SetIsCoherence(l.bCoherence);
+    info->SetIsCoherenceInvalid(l.bInvalid);
+    info->SetIsMember(l.bMember);
+    info->SetPulsNr(99);
+  }
+  for (const Pls& p : kPulses) {
+    auto puls = p.lID == 1 ? PulsWithUnnamedBits() : std::make_shared<CPulsClass>();
+    puls->SetOrigin(p.lOrigin);
+    puls->SetROrder(p.lOrder);
+    puls->SetID(p.lID);
+    puls->SetIsInactive(p.bInactive);
+    puls->SetIsCoherence(p.bCoherence);
+    for (int32_t b = 0; b <= 21; ++b) puls->SetSPL(b, static_cast<int16_t>(5000 + b));
+    rsp.Pulses()->AddPuls(puls);
+  }
+  return rsp;
+}
+
+TEST(SystemResponseTest, BuffersAreMadeOnFirstUseAndShared) {
+  CSystemResponse rsp;
+  EXPECT_NE(rsp.Pulses(), nullptr);
+  EXPECT_EQ(rsp.Pulses(), rsp.Pulses());
+  EXPECT_NE(rsp.LspInfos(), nullptr);
+  EXPECT_NE(rsp.Puls(0), nullptr);
+  EXPECT_EQ(rsp.LspInfo(1), nullptr);
+  rsp.Pulses()->SetCount(1, nullptr);
+  auto puls = std::make_shared<CPulsClass>();
+  rsp.SetPuls(1, puls);
+  EXPECT_EQ(rsp.Pulses()->Puls(1), puls);
+}
+
+TEST(SystemResponseTest, PulsBlockDropsSkippedPulsesAndRenumbersOrigins) {
+  const CSystemResponse rsp = MakeResponse();
+  ByteStream stream;
+  stream.WriteInt32(-1);  // the block starts where the stream stands
+  int32_t lHeader = 0;
+  rsp.SavePulsBlockToByteStream(stream, true, lHeader);
+  EXPECT_EQ(lHeader, 20);
+  ASSERT_EQ(stream.GetLength(), 4 + 20 + 6 * 150);
+  EXPECT_EQ(stream.GetPosition(), stream.GetLength());
+  EXPECT_EQ(StreamHex(stream, 4, 24),
+            "50 55 4c 53 0e 00 01 00 03 00 00 00 06 00 00 00 96 00 00 00");
+  struct Record {
+    std::string origin, id, flags;
+  };
+  const Record records[] = {
+      {"01 00", "01 00 00 00", "00 00 00 00"},  // 0x88 left behind by the copy
+      {"00 00", "04 00 00 00", "01 00 00 00"}, {"02 00", "05 00 00 00", "00 00 00 00"},
+      {"00 00", "06 00 00 00", "00 00 00 00"}, {"02 00", "07 00 00 00", "00 00 00 00"},
+      {"03 00", "08 00 00 00", "00 00 00 00"},
+  };
+  for (int32_t k = 0; k < 6; ++k) {
+    const int32_t lAt = 24 + 150 * k;
+    EXPECT_EQ(StreamHex(stream, lAt, lAt + 2), records[k].origin) << k;
+    EXPECT_EQ(StreamHex(stream, lAt + 90, lAt + 94), records[k].id) << k;
+    EXPECT_EQ(StreamHex(stream, lAt + 94, lAt + 98), records[k].flags) << k;
+    EXPECT_EQ(StreamHex(stream, lAt + 146, lAt + 150), "00 00 00 00") << k;
+  }
+  // The inactive direct sound keeps its place without energy in every band 0..21.
+  std::string silent = "e0 b1";
+  for (int32_t b = 1; b <= 21; ++b) silent += " e0 b1";
+  EXPECT_EQ(StreamHex(stream, 24 + 150 + 2, 24 + 150 + 46), silent);
+  EXPECT_EQ(StreamHex(stream, 24 + 2, 24 + 4), "88 13");  // 5000 of an active one
+  // The buffer itself is not changed.
+  EXPECT_EQ(rsp.Puls(4)->SPL(0), 5000);
+  EXPECT_EQ(rsp.Puls(5)->Origin(), 4);
+}
+
+TEST(SystemResponseTest, PulsBlockOfCoherencePulsesOnlyHasNoRecords) {
+  CSystemResponse rsp;
+  rsp.Pulses()->SetCount(3, nullptr);
+  for (int32_t i = 1; i <= 3; ++i) rsp.Puls(i)->SetIsCoherence(true);
+  ByteStream stream;
+  int32_t lHeader = 0;
+  rsp.SavePulsBlockToByteStream(stream, false, lHeader);
+  EXPECT_EQ(StreamHex(stream), "50 55 4c 53 0e 00 01 00 02 00 00 00 00 00 00 00 96 00 00 00");
+}
+
+TEST(SystemResponseTest, SavingAPulseOfAnUnknownLoudspeakerFails) {
+  // Origin 0 saves as 0; anything outside 0..Count of the loudspeakers is error 9.
+  for (const int32_t lOrigin : {6, -1, 32767}) {
+    CSystemResponse rsp = MakeResponse();
+    rsp.Puls(7)->SetOrigin(lOrigin);  // a direct sound, looked at by both writers
+    ByteStream stream;
+    int32_t lHeader = 0;
+    ExpectRaises(kErrSubscript, [&] { rsp.SavePulsBlockToByteStream(stream, true, lHeader); });
+    ExpectRaises(kErrSubscript, [&] { rsp.SaveLspInfoBlockToByteStream(stream, false); });
+  }
+}
+
+TEST(SystemResponseTest, LspInfoBlockWritesTheLoudspeakersThePulsesAreNumberedFor) {
+  struct Case {
+    bool bDontSaveBundles;
+    std::string header;
+    std::vector<std::string> labels;
+    std::vector<int32_t> pulsNrs;
+  };
+  const Case cases[] = {
+      {false,
+       "4c 53 50 4b 0e 00 01 00 0e 00 00 00 03 00 00 00 28 02 00 00",
+       {"L1", "L4", "L5"},
+       {1, 5, 6}},
+      {true, "4c 53 50 4b 0e 00 01 00 0e 00 00 00 02 00 00 00 70 01 00 00", {"L1", "L4"}, {1, 5}},
+  };
+  for (const Case& c : cases) {
+    const CSystemResponse rsp = MakeResponse();
+    ByteStream stream;
+    rsp.SaveLspInfoBlockToByteStream(stream, c.bDontSaveBundles);
+    EXPECT_EQ(StreamHex(stream, 0, 20), c.header);
+    EXPECT_EQ(stream.GetPosition(), stream.GetLength());
+
+    stream.SetPosition(0);
+    CSystemResponse back;
+    std::string sMessage = "old";
+    ASSERT_EQ(back.ReadLspInfoBlockFromByteStream(stream, sMessage), 0);
+    EXPECT_EQ(sMessage, "");
+    ASSERT_EQ(back.LspInfos()->Count(), static_cast<int32_t>(c.labels.size()));
+    for (int32_t i = 1; i <= back.LspInfos()->Count(); ++i) {
+      EXPECT_EQ(back.LspInfo(i)->Label(), c.labels[i - 1]);
+      EXPECT_EQ(back.LspInfo(i)->PulsNr(), c.pulsNrs[i - 1]);
+      EXPECT_TRUE(back.LspInfo(i)->IsActive());
+    }
+  }
+}
+
+TEST(SystemResponseTest, SavedBlocksAgreeOnWhichLoudspeakerEachPulseCameFrom) {
+  const CSystemResponse rsp = MakeResponse();
+  ByteStream stream;
+  rsp.SaveLspInfoBlockToByteStream(stream, false);
+  int32_t lHeader = 0;
+  rsp.SavePulsBlockToByteStream(stream, true, lHeader);
+
+  stream.SetPosition(0);
+  CSystemResponse back;
+  std::string sMessage;
+  ASSERT_EQ(back.ReadLspInfoBlockFromByteStream(stream, sMessage), 0);
+  ASSERT_EQ(back.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false), 0);
+  ASSERT_EQ(back.Pulses()->Count(), 6);
+  for (int32_t i = 1; i <= back.Pulses()->Count(); ++i) {
+    const auto puls = back.Puls(i);
+    const auto original = rsp.Puls(puls->ID());
+    const int32_t lOrigin = puls->Origin();
+    if (lOrigin == 0) {
+      // No loudspeaker, or one that is not saved (the inactive one).
+      EXPECT_TRUE(original->Origin() == 0 || !rsp.LspInfo(original->Origin())->IsActive());
+      continue;
+    }
+    EXPECT_EQ(back.LspInfo(lOrigin)->Label(), rsp.LspInfo(original->Origin())->Label()) << i;
+    if (puls->IsDirectSound()) {
+      EXPECT_EQ(back.LspInfo(lOrigin)->PulsNr(), i);
+    }
+  }
+}
+
+TEST(SystemResponseTest, NoLspInfoBlockWhenNoLoudspeakerQualifies) {
+  const std::function<void(CLspInfoClass&)> setups[] = {
+      [](CLspInfoClass& info) { info.SetIsActive(false); },
+      [](CLspInfoClass& info) {
+        info.SetIsActive(true);
+        info.SetIsCoherence(true);
+      },
+  };
+  for (const auto& setup : setups) {
+    CSystemResponse rsp;
+    rsp.LspInfos()->SetCount(2);
+    setup(*rsp.LspInfo(1));
+    setup(*rsp.LspInfo(2));
+    ByteStream stream;
+    rsp.SaveLspInfoBlockToByteStream(stream, false);
+    EXPECT_EQ(stream.GetLength(), 0);
+    EXPECT_EQ(stream.GetPosition(), 0);
+  }
+}
+
+// A "PULS" block of the given records, written with the record writer.
+ByteStream PulsBlock(int16_t iVersion, int32_t lInfo, int32_t nInfo,
+                     const std::vector<CPulsClass>& records) {
+  CRspBlockHeaderClass header;
+  header.SetIDfx("PULS");
+  header.SetlHdr(14);
+  header.SetVrsn(iVersion);
+  header.Setflags(2);
+  header.SetnInfo(nInfo);
+  header.SetlInfo(lInfo);
+  ByteStream stream;
+  header.SaveToByteStream(stream);
+  for (const CPulsClass& puls : records) {
+    const int32_t lStart = stream.GetPosition();
+    puls.SaveToByteStream(stream);
+    if (iVersion == 0) stream.SetPosition(lStart + 78);  // keep the version-0 prefix
+  }
+  std::vector<uint8_t> bytes = stream.GetBytes();
+  bytes.resize(static_cast<size_t>(stream.GetPosition()));
+  ByteStream block;
+  block.LoadFromBytes(std::move(bytes));
+  return block;
+}
+
+std::vector<CPulsClass> FilterRecords() {
+  std::vector<CPulsClass> records(5);
+  for (int32_t i = 0; i < 5; ++i) records[i].SetID(i + 1);
+  records[1].SetIsInactive(true);
+  records[2].SetIsPseudo(true);
+  records[3].SetIsBundle(true);  // a bundle reflection without pseudo pulse
+  records[3].SetROrder(1);
+  records[4].SetIsBundle(true);
+  records[4].SetROrder(2);
+  records[4].SetID_Pseudo(9);
+  return records;
+}
+
+TEST(SystemResponseTest, PulsReaderFiltersAndReportsBundlesWithoutPseudoPulse) {
+  struct Case {
+    bool bInactive, bPseudos, bBundles;
+    std::vector<int32_t> ids;
+  };
+  const Case cases[] = {
+      {false, false, false, {1, 2, 3, 4, 5}},
+      {true, false, false, {1, 3, 4, 5}},
+      {false, true, false, {1, 2, 4, 5}},
+      {false, false, true, {1, 2, 3}},
+      {true, true, true, {1}},
+  };
+  for (const Case& c : cases) {
+    ByteStream stream = PulsBlock(1, 150, 5, FilterRecords());
+    CSystemResponse rsp;
+    std::string sMessage = "old";
+    // 1 even when the bundle reflection itself is filtered out.
+    EXPECT_EQ(rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, c.bInactive, c.bPseudos,
+                                              c.bBundles),
+              1);
+    EXPECT_EQ(sMessage, "");
+    EXPECT_EQ(stream.GetPosition(), stream.GetLength());
+    std::vector<int32_t> ids;
+    for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) ids.push_back(rsp.Puls(i)->ID());
+    EXPECT_EQ(ids, c.ids) << c.bInactive << c.bPseudos << c.bBundles;
+    EXPECT_NE(rsp.Puls(0), nullptr);
+  }
+  std::vector<CPulsClass> withPseudo = FilterRecords();
+  withPseudo[3].SetID_Pseudo(1);
+  ByteStream stream = PulsBlock(1, 150, 5, withPseudo);
+  CSystemResponse rsp;
+  std::string sMessage;
+  EXPECT_EQ(rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false), 0);
+}
+
+TEST(SystemResponseTest, InactiveDirectSoundsSavedSilentAreDroppedAgainOnRead) {
+  const CSystemResponse rsp = MakeResponse();
+  ByteStream stream;
+  int32_t lHeader = 0;
+  rsp.SavePulsBlockToByteStream(stream, true, lHeader);
+  stream.SetPosition(0);
+  CSystemResponse back;
+  std::string sMessage;
+  back.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, true, false, false);
+  EXPECT_EQ(back.Pulses()->Count(), 5);
+}
+
+TEST(SystemResponseTest, PulsRecordLengthMustFitTheVersion) {
+  struct Case {
+    int16_t iVersion;
+    int32_t lInfo, result;
+  };
+  const Case cases[] = {{0, 78, 0},  {0, 150, -1}, {1, 78, -1},
+                        {1, 150, 0}, {2, -1, -1},  {2, 150, -1}};
+  for (const Case& c : cases) {
+    CSystemResponse rsp;
+    rsp.Pulses()->SetCount(2, nullptr);
+    std::vector<CPulsClass> records(1);
+    records[0].SetID(77);
+    ByteStream stream = PulsBlock(c.iVersion, c.lInfo, 1, records);
+    std::string sMessage = "old";
+    StringLogger logger;
+    EXPECT_EQ(
+        rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false, &logger),
+        c.result)
+        << c.iVersion << " " << c.lInfo;
+    if (c.result == 0) {
+      EXPECT_EQ(sMessage, "");
+      ASSERT_EQ(rsp.Pulses()->Count(), 1);
+      EXPECT_EQ(rsp.Puls(1)->ID(), c.iVersion == 0 ? 0 : 77);  // version 0 has no ID
+      EXPECT_EQ(logger.Lines()[0], "BHd.IDfx PULS");
+      EXPECT_EQ(logger.Lines()[8], "Puls(1):");
+    } else {
+      EXPECT_EQ(sMessage, "Bad Puls Length");
+      EXPECT_EQ(rsp.Pulses()->Count(), 2);
+    }
+  }
+}
+
+TEST(SystemResponseTest, PulsCountBeyondTheStreamFailsBeforeAllocating) {
+  struct Case {
+    int32_t nInfo, number;
+  };
+  // Two records in the stream: a claim of more fails as a short stream does.
+  const Case cases[] = {{3, kErrPastEnd}, {0x7fffffff, kErrPastEnd}, {-1, kErrInvalidCall}};
+  for (const Case& c : cases) {
+    CSystemResponse rsp;
+    rsp.Pulses()->SetCount(4, nullptr);
+    ByteStream stream = PulsBlock(1, 150, c.nInfo, std::vector<CPulsClass>(2));
+    std::string sMessage;
+    ExpectRaises(c.number, [&] {
+      rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false);
+    });
+    EXPECT_EQ(rsp.Pulses()->Count(), 4) << c.nInfo;
+  }
+}
+
+// A "LSPK" block header followed by the given record bytes.
+ByteStream LspBlock(int16_t iVersion, int32_t nInfo, int32_t lInfo, const std::string& hex) {
+  CRspBlockHeaderClass header;
+  header.SetIDfx("LSPK");
+  header.SetlHdr(14);
+  header.SetVrsn(iVersion);
+  header.Setflags(14);
+  header.SetnInfo(nInfo);
+  header.SetlInfo(lInfo);
+  ByteStream stream;
+  header.SaveToByteStream(stream);
+  return testing::StreamOf(StreamHex(stream) + " " + hex);
+}
+
+std::string SavedLspHex(const std::string& sLabel) {
+  CLspInfoClass info;
+  info.SetLabel(sLabel);
+  ByteStream stream;
+  info.SaveToByteStream(stream);
+  return StreamHex(stream);
+}
+
+TEST(SystemResponseTest, LspInfoReaderMessagesAndHostileCounts) {
+  const std::string v0Record = testing::ToHex(std::vector<uint8_t>(154, 0x20));
+  std::string badFixed = SavedLspHex("B");
+  badFixed.replace(badFixed.find("ae 00"), 5, "af 00");
+  struct Case {
+    int16_t iVersion;
+    int32_t nInfo, lInfo;
+    std::string body;
+    int32_t result;  // or a run-time error number when above 0
+    std::string message;
+    int32_t nCount;  // loudspeakers afterwards
+  };
+  const Case cases[] = {
+      {0, 1, 154, v0Record, 0, "", 1},
+      {0, 1, 150, v0Record, -1, "Bad LspInfo30 Length", 3},
+      {1, 2, 0, SavedLspHex("A") + " " + SavedLspHex("B"), 0, "", 2},
+      {1, 2, 0, SavedLspHex("A") + " " + badFixed, -1, "Bad LspInfo Length", 2},
+      {1, 0x7fffffff, 0, SavedLspHex("A"), kErrPastEnd, "", 3},
+      {1, 2, 0, SavedLspHex(""), kErrPastEnd, "", 3},  // 2 claimed, 1 shortest record there
+      {0, 2, 154, v0Record, kErrPastEnd, "", 3},
+      {1, -1, 0, "", kErrInvalidCall, "", 3},
+  };
+  for (const Case& c : cases) {
+    CSystemResponse rsp;
+    rsp.LspInfos()->SetCount(3);
+    ByteStream stream = LspBlock(c.iVersion, c.nInfo, c.lInfo, c.body);
+    std::string sMessage = "old";
+    if (c.result > 0) {
+      ExpectRaises(c.result, [&] { rsp.ReadLspInfoBlockFromByteStream(stream, sMessage); });
+    } else {
+      EXPECT_EQ(rsp.ReadLspInfoBlockFromByteStream(stream, sMessage), c.result);
+      EXPECT_EQ(sMessage, c.message);
+    }
+    EXPECT_EQ(rsp.LspInfos()->Count(), c.nCount) << c.iVersion << " " << c.nInfo;
+  }
+  // The records read before the bad one stay.
+  CSystemResponse rsp;
+  ByteStream stream = LspBlock(1, 2, 0, SavedLspHex("A") + " " + badFixed);
+  std::string sMessage;
+  rsp.ReadLspInfoBlockFromByteStream(stream, sMessage);
+  EXPECT_EQ(rsp.LspInfo(1)->Label(), "A");
+}
+
+}  // namespace
+}  // namespace zyra

@@ -1,0 +1,125 @@
+// Field reader and writer over the bytes of one whole record.
+//
+// FieldReader checks the remaining length for every field it reads, and FieldWriter makes
+// room in the stream for every field it writes. A record that is read or written millions of
+// times (the pulse) checks once that the stream holds the whole record and walks its Layout
+// with a SpanFieldReader over those bytes, or walks it with a SpanFieldWriter into a buffer
+// of the record's length and hands that to the stream in one write.
+#ifndef ZYRA_SUPPORT_SPAN_FIELDS_H_
+#define ZYRA_SUPPORT_SPAN_FIELDS_H_
+
+#include <bit>
+#include <cstdint>
+#include <cstring>
+#include <string>
+#include <utility>
+
+#include "zyra/support/byte_stream.h"
+#include "zyra/support/fixed_text.h"
+#include "zyra/support/indexed_array.h"
+
+namespace zyra {
+
+class SpanFieldReader {
+ public:
+  // `record` must point at bytes that hold every field the Layout reads.
+  explicit SpanFieldReader(const uint8_t* record) noexcept : cursor_(record) {}
+
+  void operator()(int16_t& value) noexcept { value = Load<int16_t>(); }
+  void operator()(int32_t& value) noexcept { value = Load<int32_t>(); }
+  void operator()(float& value) noexcept { value = Load<float>(); }
+  template <class T, int32_t Lo, int32_t Hi>
+  void operator()(IndexedArray<T, Lo, Hi>& values) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(values.Values().data(), cursor_, sizeof(T) * values.kSize);
+      cursor_ += sizeof(T) * values.kSize;
+    } else {
+      for (T& value : values.Values()) (*this)(value);
+    }
+  }
+  template <size_t N>
+  void operator()(FixedText<N>& text) {
+    text.SetRaw(std::string(reinterpret_cast<const char*>(cursor_), N));
+    cursor_ += N;
+  }
+
+ private:
+  template <class T>
+  T Load() noexcept {
+    unsigned char raw[sizeof(T)];
+    std::memcpy(raw, cursor_, sizeof(T));
+    cursor_ += sizeof(T);
+    if constexpr (std::endian::native == std::endian::big) {
+      for (size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(raw[i], raw[sizeof(T) - 1 - i]);
+    }
+    T value;
+    std::memcpy(&value, raw, sizeof(T));
+    return value;
+  }
+
+  const uint8_t* cursor_;
+};
+
+class SpanFieldWriter {
+ public:
+  // `record` must have room for every field the Layout writes.
+  explicit SpanFieldWriter(char* record) noexcept : cursor_(record) {}
+
+  void operator()(int16_t value) noexcept { Store(value); }
+  void operator()(int32_t value) noexcept { Store(value); }
+  void operator()(float value) noexcept { Store(value); }
+  template <class T, int32_t Lo, int32_t Hi>
+  void operator()(const IndexedArray<T, Lo, Hi>& values) noexcept {
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(cursor_, values.Values().data(), sizeof(T) * values.kSize);
+      cursor_ += sizeof(T) * values.kSize;
+    } else {
+      for (const T value : values.Values()) (*this)(value);
+    }
+  }
+  template <size_t N>
+  void operator()(const FixedText<N>& text) noexcept {
+    std::memcpy(cursor_, text.Get().data(), N);
+    cursor_ += N;
+  }
+
+ private:
+  template <class T>
+  void Store(T value) noexcept {
+    unsigned char raw[sizeof(T)];
+    std::memcpy(raw, &value, sizeof(T));
+    if constexpr (std::endian::native == std::endian::big) {
+      for (size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(raw[i], raw[sizeof(T) - 1 - i]);
+    }
+    std::memcpy(cursor_, raw, sizeof(T));
+    cursor_ += sizeof(T);
+  }
+
+  char* cursor_;
+};
+
+// Reads a record of `lLength` bytes at the stream's position through its Layout: raises
+// error 62 and leaves the stream as it was when fewer bytes remain, otherwise calls
+// `read(SpanFieldReader&)` and moves the position past the record.
+template <class ReadFields>
+void ReadRecordBytes(ByteStream& cByteStream, int32_t lLength, ReadFields&& read) {
+  if (cByteStream.Remaining() < lLength) RaiseError(kErrPastEnd);
+  const int32_t lStart = cByteStream.GetPosition();
+  SpanFieldReader reader(cByteStream.Bytes().data() + lStart);
+  read(reader);
+  cByteStream.SetPosition(lStart + lLength);
+}
+
+// Writes a record of `lLength` bytes through its Layout in one stream write:
+// `write(SpanFieldWriter&)` fills the record's bytes.
+template <class WriteFields>
+void WriteRecordBytes(ByteStream& cByteStream, int32_t lLength, WriteFields&& write) {
+  std::string record(static_cast<size_t>(lLength), '\0');
+  SpanFieldWriter writer(record.data());
+  write(writer);
+  cByteStream.WriteString(record);
+}
+
+}  // namespace zyra
+
+#endif  // ZYRA_SUPPORT_SPAN_FIELDS_H_
