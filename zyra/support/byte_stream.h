@@ -2,7 +2,6 @@
 #ifndef ZYRA_SUPPORT_BYTE_STREAM_H_
 #define ZYRA_SUPPORT_BYTE_STREAM_H_
 
-#include <bit>
 #include <cstdint>
 #include <cstring>
 #include <limits>
@@ -11,6 +10,7 @@
 #include <vector>
 
 #include "zyra/support/errors.h"
+#include "zyra/support/little_endian.h"
 
 namespace zyra {
 
@@ -63,29 +63,17 @@ class ByteStream {
  private:
   template <class T>
   T ReadScalar() {
-    static_assert(std::is_trivially_copyable_v<T>);
     if (Remaining() < static_cast<int32_t>(sizeof(T))) RaiseError(kErrPastEnd);
-    T value;
-    std::memcpy(&value, bytes_.data() + position_, sizeof(T));
+    const T value = LoadLittleEndian<T>(bytes_.data() + position_);
     position_ += static_cast<int32_t>(sizeof(T));
-    return FromLittleEndian(value);
+    return value;
   }
 
   template <class T>
   void WriteScalar(T value) {
-    value = FromLittleEndian(value);  // the swap is its own inverse
-    WriteRaw(&value, sizeof(T));
-  }
-
-  template <class T>
-  static T FromLittleEndian(T value) noexcept {
-    if constexpr (std::endian::native == std::endian::big && sizeof(T) > 1) {
-      unsigned char raw[sizeof(T)];
-      std::memcpy(raw, &value, sizeof(T));
-      for (size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(raw[i], raw[sizeof(T) - 1 - i]);
-      std::memcpy(&value, raw, sizeof(T));
-    }
-    return value;
+    unsigned char raw[sizeof(T)];
+    StoreLittleEndian(raw, value);
+    WriteRaw(raw, sizeof(T));
   }
 
   // Makes room for `count` bytes at the position (error 6 past the limit) and copies them.

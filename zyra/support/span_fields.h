@@ -17,6 +17,7 @@
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/fixed_text.h"
 #include "zyra/support/indexed_array.h"
+#include "zyra/support/little_endian.h"
 
 namespace zyra {
 
@@ -46,14 +47,8 @@ class SpanFieldReader {
  private:
   template <class T>
   T Load() noexcept {
-    unsigned char raw[sizeof(T)];
-    std::memcpy(raw, cursor_, sizeof(T));
+    const T value = LoadLittleEndian<T>(cursor_);
     cursor_ += sizeof(T);
-    if constexpr (std::endian::native == std::endian::big) {
-      for (size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(raw[i], raw[sizeof(T) - 1 - i]);
-    }
-    T value;
-    std::memcpy(&value, raw, sizeof(T));
     return value;
   }
 
@@ -86,12 +81,7 @@ class SpanFieldWriter {
  private:
   template <class T>
   void Store(T value) noexcept {
-    unsigned char raw[sizeof(T)];
-    std::memcpy(raw, &value, sizeof(T));
-    if constexpr (std::endian::native == std::endian::big) {
-      for (size_t i = 0; i < sizeof(T) / 2; ++i) std::swap(raw[i], raw[sizeof(T) - 1 - i]);
-    }
-    std::memcpy(cursor_, raw, sizeof(T));
+    StoreLittleEndian(cursor_, value);
     cursor_ += sizeof(T);
   }
 
