@@ -56,27 +56,12 @@ std::string Version1(const std::string& flags = "00040000") {
 }
 // clang-format on
 
-CProbeInfoClass Sample() {
+// The object a version-1 block reads into.
+CProbeInfoClass FromVersion1(const std::string& flags = "00040000") {
+  ByteStream stream = StreamOf(Version1(flags));
   CProbeInfoClass probe;
-  probe.SetPrUserName("ab");
-  probe.SetPrBegun("2024-01-02");
-  probe.SetPrUnit(1.0f);
-  probe.SetPrTarget(5);
-  probe.SetPrLabel("L");
-  probe.SetPrSite(3, 2.0f);
-  probe.SetPrHorAngle(-1);
-  probe.SetPrAirTemp(20);
-  probe.SetPrNoise(21, -1);
-  probe.SetPrRTime(0, 1.5f);
-  probe.SetPrRTType(19);
-  probe.SetPrTerzBand(1);
-  probe.SetPrMapping(6);
-  probe.SetIsLocalRTInfo_b(true);
-  probe.SetPrAlconsForm(1);
-  probe.SetPrLspInfos(3);
-  probe.SetPrObstInfos(4);
-  probe.SetPrPulses(5);
-  probe.SetPrRemarks("R");
+  std::string message;
+  EXPECT_EQ(probe.ReadFromByteStream(stream, message), 0);
   return probe;
 }
 
@@ -89,16 +74,8 @@ int32_t ErrorOf(const std::function<void()>& call) {
   return 0;
 }
 
-TEST(ProbeInfoTest, SaveWritesVersionOneWithPatchedLengths) {
-  ByteStream stream;
-  stream.WriteInt16(7);  // the block need not start at the stream's beginning
-  Sample().SaveToByteStream(stream);
-  EXPECT_EQ(StreamHex(stream, 2), StreamHex(StreamOf(Version1())));
-  EXPECT_EQ(stream.GetPosition(), stream.GetLength());
-}
-
-TEST(ProbeInfoTest, VersionOneReadsBackAndKeepsFlagBitsWithoutProperty) {
-  // Bits 16, 128 and 16384 besides 1024.
+TEST(ProbeInfoTest, VersionOneReadsAndSavesTheSameBytesKeepingFlagBitsWithoutProperty) {
+  // Bits 16, 128 and 16384 have no property; 1024 is IsLocalRTInfo_b.
   const std::string block = Version1("90440000");
   ByteStream stream = StreamOf(block);
   CProbeInfoClass probe;
@@ -106,15 +83,24 @@ TEST(ProbeInfoTest, VersionOneReadsBackAndKeepsFlagBitsWithoutProperty) {
   ASSERT_EQ(probe.ReadFromByteStream(stream, message), 0);
   EXPECT_EQ(message, "");
   EXPECT_EQ(stream.GetPosition(), stream.GetLength());
-  EXPECT_EQ(probe.flags(), 0x4490);
-  EXPECT_TRUE(probe.IsLocalRTInfo_b());
   EXPECT_EQ(probe.PrUserName(), "ab");
+  EXPECT_EQ(probe.PrBegun(), "2024-01-02");
+  EXPECT_EQ(probe.PrSite(3), 2.0f);
   EXPECT_EQ(probe.PrNoise(21), -1);
+  EXPECT_EQ(probe.PrMapping(), 6);
+  EXPECT_EQ(probe.PrObstInfos(), 4);
   EXPECT_EQ(probe.PrRemarks(), "R");
+  EXPECT_TRUE(probe.IsLocalRTInfo_b());
+  probe.SetIsLocalRTInfo_b(false);
+  EXPECT_EQ(probe.flags(), 0x4090);
+  probe.SetIsLocalRTInfo_b(true);
 
+  // Lengths are patched relative to where the block starts.
   ByteStream again;
+  again.WriteInt16(7);
   probe.SaveToByteStream(again);
-  EXPECT_EQ(StreamHex(again), StreamHex(StreamOf(block)));
+  EXPECT_EQ(StreamHex(again, 2), StreamHex(StreamOf(block)));
+  EXPECT_EQ(again.GetPosition(), again.GetLength());
 }
 
 TEST(ProbeInfoTest, VersionZeroReadsFixedTextsAndIntegerCounts) {
@@ -158,7 +144,7 @@ TEST(ProbeInfoTest, WrongLengthOrVersionIsRefusedWithValuesUnchanged) {
   };
   for (const Case& c : cases) {
     ByteStream stream = StreamOf(c.hex);
-    CProbeInfoClass probe = Sample();
+    CProbeInfoClass probe = FromVersion1();
     std::string message;
     EXPECT_EQ(probe.ReadFromByteStream(stream, message), -1);
     EXPECT_EQ(message, "Bad ProbeInfo Length");
@@ -177,7 +163,7 @@ TEST(ProbeInfoTest, HostileTextCountsFailBeforeAllocatingAndKeepTheValues) {
   for (const Case& c : cases) {
     ByteStream stream = StreamOf("50524f42 0e00 0100 0e000000 01000000 56010000 56010000 4a010000" +
                                  c.userCount + "6162");
-    CProbeInfoClass probe = Sample();
+    CProbeInfoClass probe = FromVersion1();
     std::string message;
     EXPECT_EQ(ErrorOf([&] { probe.ReadFromByteStream(stream, message); }), c.error);
     EXPECT_EQ(probe.PrUserName(), "ab");
@@ -195,50 +181,9 @@ TEST(ProbeInfoTest, BegunIsCutOrPaddedToTenCharacters) {
   }
 }
 
-TEST(ProbeInfoTest, EachBooleanPropertyIsItsOwnBit) {
-  using Get = bool (CProbeInfoClass::*)() const;
-  using Set = void (CProbeInfoClass::*)(bool);
-  struct Row {
-    Get get;
-    Set set;
-    int32_t bit;
-  };
-  const Row rows[] = {
-      {&CProbeInfoClass::IsRoomSymm_b, &CProbeInfoClass::SetIsRoomSymm_b, 1},
-      {&CProbeInfoClass::IsRoomClosed_b, &CProbeInfoClass::SetIsRoomClosed_b, 2},
-      {&CProbeInfoClass::IsWithShadow_b, &CProbeInfoClass::SetIsWithShadow_b, 4},
-      {&CProbeInfoClass::IsInterferenceMap_b, &CProbeInfoClass::SetIsInterferenceMap_b, 8},
-      {&CProbeInfoClass::IsEpotMap_b, &CProbeInfoClass::SetIsEpotMap_b, 32},
-      {&CProbeInfoClass::IsEkinMap_b, &CProbeInfoClass::SetIsEkinMap_b, 64},
-      {&CProbeInfoClass::IsNoiseOn_b, &CProbeInfoClass::SetIsNoiseOn_b, 256},
-      {&CProbeInfoClass::IsPrTailInfo_b, &CProbeInfoClass::SetIsPrTailInfo_b, 512},
-      {&CProbeInfoClass::IsLocalRTInfo_b, &CProbeInfoClass::SetIsLocalRTInfo_b, 1024},
-      {&CProbeInfoClass::IsWithPhaseData_b, &CProbeInfoClass::SetIsWithPhaseData_b, 2048},
-      {&CProbeInfoClass::IsVexaSpecified_b, &CProbeInfoClass::SetIsVexaSpecified_b, 4096},
-      {&CProbeInfoClass::IsVexaResponse_b, &CProbeInfoClass::SetIsVexaResponse_b, 8192},
-      {&CProbeInfoClass::HasBadBundlesDetected_b, &CProbeInfoClass::SetHasBadBundlesDetected_b,
-       32768},
-      {&CProbeInfoClass::HasBadBundlesCorrected_b, &CProbeInfoClass::SetHasBadBundlesCorrected_b,
-       65536},
-      {&CProbeInfoClass::IsUseSumLevels_b, &CProbeInfoClass::SetIsUseSumLevels_b, 131072},
-  };
-  for (const Row& row : rows) {
-    ByteStream stream = StreamOf(Version1("90400000"));  // only the bits without property
-    CProbeInfoClass probe;
-    std::string message;
-    ASSERT_EQ(probe.ReadFromByteStream(stream, message), 0);
-    EXPECT_FALSE((probe.*row.get)());
-    (probe.*row.set)(true);
-    EXPECT_EQ(probe.flags(), 0x4090 | row.bit) << row.bit;
-    EXPECT_TRUE((probe.*row.get)());
-    (probe.*row.set)(false);
-    EXPECT_EQ(probe.flags(), 0x4090) << row.bit;
-  }
-}
-
 TEST(ProbeInfoTest, PrintStartsWithItsTitleAndListsEveryValue) {
   StringLogger logger;
-  Sample().PrintToLogger(&logger);
+  FromVersion1().PrintToLogger(&logger);
   const auto& lines = logger.Lines();
   ASSERT_EQ(lines.size(), 99u);
   EXPECT_EQ(lines[0], "PB_RF.Probeinfo:");
