@@ -30,7 +30,11 @@ const Field kFields[] = {
     {94, "00000040", [](E& e) { e.SetdEnergy(21, 2.0f); }},
     {98, "3412", [](E& e) { e.SetTailSPL(0, 0x1234); }},
     {140, "ffff", [](E& e) { e.SetTailSPL(21, -1); }},
-    {142, "0900", [](E& e) { e.SetIsWithTail_b(true), e.SetIsCancelled_b(true); }},
+    {142, "0900",
+     [](E& e) {
+       e.SetIsWithTail_b(true);
+       e.SetIsCancelled_b(true);
+     }},
     {144, "00008040", [](E& e) { e.SetTailStart(4.0f); }},
     {148, "0500", [](E& e) { e.SetTailNoise(5); }},
     {150, "0000803f", [](E& e) { e.SetTailLength(1.0f); }},
