@@ -17,7 +17,16 @@
 
 // Response file container
 #include "zyra/rsp/file_header.h"
+#include "zyra/rsp/local_rt_info.h"
 #include "zyra/rsp/rsp_block_header.h"
+#include "zyra/rsp/rsp_info_text.h"
+
+// Descriptive info blocks
+#include "zyra/info/etc_info.h"
+#include "zyra/info/obst_info.h"
+#include "zyra/info/obst_info_buffer.h"
+#include "zyra/info/prediction_info.h"
+#include "zyra/info/probe_info.h"
 
 // System response model
 #include "zyra/response/lsp_info.h"

@@ -13,19 +13,19 @@ TEST(RspBlockHeaderTest, GetBlockLengthFollowsTheFlagsAndRejectsWhatCannotBeALen
     int32_t nInfo, lInfo, flags, length;
   };
   const Case cases[] = {
-      {21, 4, 0, 88},                 // 22 Singles
-      {1, 300, 4, 300},               // a single body
-      {0, 10, 0, 10},                 // one record
-      {0, 10, 2, 0},                  // counted: no record
-      {0, 10, 6, 10},                 // the single body wins over the count
-      {5, 10, 3, 50},                 // the last-block bit does not change the length
-      {-1, 10, 0, INT32_MIN},         // a negative count
+      {21, 4, 0, 88},          // 22 Singles
+      {1, 300, 4, 300},        // a single body
+      {0, 10, 0, 10},          // one record
+      {0, 10, 2, 0},           // counted: no record
+      {0, 10, 6, 10},          // the single body wins over the count
+      {5, 10, 3, 50},          // the last-block bit does not change the length
+      {-1, 10, 0, INT32_MIN},  // a negative count
       {-5, 10, 2, INT32_MIN},
-      {3, -1, 4, INT32_MIN},          // a negative record length
-      {100000, 100000, 0, INT32_MIN}, // 10^10 does not fit a Long
+      {3, -1, 4, INT32_MIN},           // a negative record length
+      {100000, 100000, 0, INT32_MIN},  // 10^10 does not fit a Long
       {100000, 100000, 2, INT32_MIN},
-      {2147483647, 0, 0, INT32_MIN},  // nInfo + 1 overflows a Long
-      {2147483647, 1, 2, 2147483647}, // the largest length there is
+      {2147483647, 0, 0, INT32_MIN},   // nInfo + 1 overflows a Long
+      {2147483647, 1, 2, 2147483647},  // the largest length there is
       {2147483646, 1, 0, 2147483647},
       {1073741824, 2, 2, INT32_MIN},  // one past it
       {0, 2147483647, 4, 2147483647},
@@ -64,9 +64,9 @@ TEST(RspBlockHeaderTest, WritesTwentyBytesInFileOrderAndReadsThemBack) {
   EXPECT_EQ(back.flags(), 3);
   EXPECT_EQ(back.nInfo(), -1);
   EXPECT_EQ(back.lInfo(), 150);
-  EXPECT_EQ(logger.Lines(), (std::vector<std::string>{"BHd.IDfx AB  ", "BHd.lHdr 14", "BHd.Vrsn 1",
-                                                      "BHd.flags 3", "BHd.nInfo -1",
-                                                      "BHd.lInfo 150"}));
+  EXPECT_EQ(logger.Lines(),
+            (std::vector<std::string>{"BHd.IDfx AB  ", "BHd.lHdr 14", "BHd.Vrsn 1", "BHd.flags 3",
+                                      "BHd.nInfo -1", "BHd.lInfo 150"}));
 }
 
 TEST(RspBlockHeaderTest, IdentifierIsCutToFourLetters) {

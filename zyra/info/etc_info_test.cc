@@ -1,0 +1,153 @@
+#include "zyra/info/etc_info.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+using testing::StreamOf;
+using E = CETCInfoClass;
+
+std::string Zeros(int n) {
+  return std::string(2 * static_cast<size_t>(n), '0');
+}
+
+// One value per field, each with the bytes it must take at its offset in the body.
+struct Field {
+  int32_t offset;
+  const char* hex;
+  void (*set)(E&);
+};
+const Field kFields[] = {
+    {0, "feff", [](E& e) { e.SetHorAngle(-2); }},
+    {2, "0300", [](E& e) { e.SetVerAngle(3); }},
+    {4, "0000c03f", [](E& e) { e.SetAmplified(1.5f); }},
+    {8, "0700", [](E& e) { e.SetPostNo(7); }},
+    {10, "0000803f", [](E& e) { e.SetdEnergy(0, 1.0f); }},
+    {94, "00000040", [](E& e) { e.SetdEnergy(21, 2.0f); }},
+    {98, "3412", [](E& e) { e.SetTailSPL(0, 0x1234); }},
+    {140, "ffff", [](E& e) { e.SetTailSPL(21, -1); }},
+    {142, "0900",
+     [](E& e) {
+       e.SetIsWithTail_b(true);
+       e.SetIsCancelled_b(true);
+     }},
+    {144, "00008040", [](E& e) { e.SetTailStart(4.0f); }},
+    {148, "0500", [](E& e) { e.SetTailNoise(5); }},
+    {150, "0000803f", [](E& e) { e.SetTailLength(1.0f); }},
+    {154, "00000040", [](E& e) { e.SetTailDensity(2.0f); }},
+    {158, "000080bf", [](E& e) { e.SetTailGain(-1.0f); }},
+    {162, "0000003f", [](E& e) { e.SetMaxDensity(0.5f); }},
+    {166, "00004040", [](E& e) { e.SettSplit(3.0f); }},
+    {170, "0000c03f", [](E& e) { e.SettDiff(1.5f); }},
+    {174, "00002040", [](E& e) { e.SetVolume(2.5f); }},
+    {178, "00008040", [](E& e) { e.SetSurface(4.0f); }},
+    {182, "0000803f", [](E& e) { e.SetDesiredRT(1.0f); }},
+    {186, "1300", [](E& e) { e.SetRTType(19); }},
+    {188, "00000040", [](E& e) { e.SetRTime(0, 2.0f); }},
+    {276, "0000003f", [](E& e) { e.SetAbsorp(0, 0.5f); }},
+    {448, "000080bf", [](E& e) { e.SetNoise(21, -1.0f); }},
+    {452, "00004040", [](E& e) { e.SetPower(0, 3.0f); }},
+    {536, "00008040", [](E& e) { e.SetPower(21, 4.0f); }},
+    {540, "04030201", [](E& e) { e.SetNoviFlags(0x01020304); }},
+    {544, "00002040", [](E& e) { e.SetMaxSPL(2.5f); }},
+};
+
+E Sample() {
+  E etc;
+  for (const Field& field : kFields) field.set(etc);
+  return etc;
+}
+
+TEST(ETCInfoTest, SaveWritesTheHeaderAndEveryFieldAtItsOffset) {
+  ByteStream stream;
+  Sample().SaveToByteStream(stream);
+  ASSERT_EQ(stream.GetLength(), 20 + 548);
+  EXPECT_EQ(StreamHex(stream, 0, 20),
+            StreamHex(StreamOf("5441494c 0e00 0000 0e000000 01000000 24020000")));
+  for (const Field& field : kFields) {
+    const int32_t at = 20 + field.offset;
+    const std::string expected = StreamHex(StreamOf(field.hex));
+    EXPECT_EQ(StreamHex(stream, at, at + (static_cast<int32_t>(expected.size()) + 1) / 3), expected)
+        << "body offset " << field.offset;
+  }
+}
+
+TEST(ETCInfoTest, ReadBackSavesTheSameBytesAndKeepsFlagBitsWithoutProperty) {
+  ByteStream stream;
+  Sample().SaveToByteStream(stream);
+  stream.SetPosition(20 + 142);
+  stream.WriteInt16(static_cast<int16_t>(0x80f1));  // bits 16..128 and 32768 have no property
+  const std::string saved = StreamHex(stream);
+
+  stream.SetPosition(0);
+  E etc;
+  std::string message = "stale";
+  ASSERT_EQ(etc.ReadFromByteStream(stream, message), 0);
+  EXPECT_EQ(message, "");
+  EXPECT_EQ(etc.flags(), static_cast<int16_t>(0x80f1));
+  EXPECT_TRUE(etc.IsWithTail_b());
+  EXPECT_FALSE(etc.IsCancelled_b());
+  ByteStream again;
+  etc.SaveToByteStream(again);
+  EXPECT_EQ(StreamHex(again), saved);
+
+  // The copy goes through the properties: only the named bits come along. Each property
+  // changes its own bit only.
+  const auto copy = etc.GetCopy();
+  EXPECT_EQ(copy->flags(), 1);
+  copy->SetIsPredicted_b(true);
+  EXPECT_EQ(copy->flags(), 5);
+  copy->SetIsWithTail_b(false);
+  EXPECT_EQ(copy->flags(), 4);
+  EXPECT_EQ(copy->Power(21), 4.0f);
+  EXPECT_TRUE(etc.IsWithTail_b());
+}
+
+TEST(ETCInfoTest, WrongVersionOrLengthFailsBehindTheHeaderWithValuesUnchanged) {
+  const std::pair<std::string, std::string> cases[] = {
+      {"5441494c 0e00 0100 0e000000 01000000 24020000", "Unknown ETC Version 1"},
+      {"5441494c 0e00 ffff 0e000000 01000000 24020000", "Unknown ETC Version-1"},
+      {"5441494c 0e00 0000 0e000000 01000000 23020000", "Bad ETC Length"},
+      {"5441494c 0e00 0000 0e000000 01000000 25020000", "Bad ETC Length"},
+  };
+  for (const auto& [header, expected] : cases) {
+    ByteStream stream = StreamOf(header + Zeros(548));
+    E etc = Sample();
+    std::string message;
+    EXPECT_EQ(etc.ReadFromByteStream(stream, message), -1);
+    EXPECT_EQ(message, expected);
+    EXPECT_EQ(stream.GetPosition(), 20);
+    EXPECT_EQ(etc.MaxSPL(), 2.5f);
+  }
+  // A body one byte short fails in the stream, also without touching the values.
+  ByteStream shortBody = StreamOf("5441494c 0e00 0000 0e000000 01000000 24020000" + Zeros(547));
+  E etc = Sample();
+  std::string message;
+  EXPECT_THROW(etc.ReadFromByteStream(shortBody, message), RuntimeError);
+  EXPECT_EQ(etc.HorAngle(), -2);
+}
+
+TEST(ETCInfoTest, PrintListsTheValuesUnderTheirLabels) {
+  StringLogger logger;
+  Sample().PrintToLogger(&logger);
+  const auto& lines = logger.Lines();
+  ASSERT_EQ(lines.size(), 156u);
+  // clang-format off
+  const std::pair<size_t, const char*> rows[] = {
+      {0, ""}, {1, "ETC:"}, {2, "HorAngle -2"}, {5, "PostNo 7"}, {6, "dEnergy(0)1"},
+      {27, "dEnergy(21)2"}, {28, "TailSPL(0)4660"}, {49, "TailSPL(21)-1"},
+      {50, "IsCancelled True"}, {51, "IsParameter False"}, {52, "IsPredicted False"},
+      {53, "IsWithTail True"}, {54, "TailStart 4"}, {65, "RTType 19"}, {66, "RTime(0)2"},
+      {88, "Absorp(0)0.5"}, {131, "Noise(21)-1"}, {153, "Power(21)4"},
+      {154, "NoviFlags 16909060"}, {155, "MaxSPL 2.5"},
+  };
+  // clang-format on
+  for (const auto& [index, line] : rows) EXPECT_EQ(lines[index], line) << "line " << index;
+}
+
+}  // namespace
+}  // namespace zyra

@@ -1,0 +1,92 @@
+#include "zyra/info/obst_info.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+using testing::StreamOf;
+
+std::string Blanks(int n) {
+  std::string hex;
+  for (int i = 0; i < n; ++i) hex += "20";
+  return hex;
+}
+
+TEST(ObstInfoTest, LengthInFileByVersion) {
+  const std::pair<int32_t, int32_t> rows[] = {{0, 18}, {1, 258}, {2, -1}, {5, -1}, {-1, -1}};
+  for (const auto& [version, length] : rows) {
+    EXPECT_EQ(CObstInfoClass::GetLengthInFile(version), length) << version;
+  }
+}
+
+TEST(ObstInfoTest, LabelIsCutOrPaddedToTwoHundredFiftySix) {
+  const std::pair<std::string, std::string> rows[] = {
+      {"abc", "abc" + std::string(253, ' ')},
+      {std::string(300, 'x'), std::string(256, 'x')},
+      {"", std::string(256, ' ')},
+  };
+  for (const auto& [label, stored] : rows) {
+    CObstInfoClass info;
+    info.SetLabel(label);
+    EXPECT_EQ(info.Label(), stored);
+  }
+}
+
+TEST(ObstInfoTest, SavesA266ByteRecordThatReadsBack) {
+  CObstInfoClass info;
+  info.SetItem(-3);
+  info.SetLabel("Wall");
+  ByteStream stream;
+  info.SaveToByteStream(stream);
+  EXPECT_EQ(StreamHex(stream),
+            StreamHex(StreamOf("06010000 02010000 fdff 57616c6c" + Blanks(252))));
+
+  stream.SetPosition(0);
+  CObstInfoClass back;
+  EXPECT_EQ(back.ReadFromByteStream(stream, 1), 0);
+  EXPECT_EQ(stream.GetPosition(), 266);
+  EXPECT_EQ(back.Item(), -3);
+  EXPECT_EQ(back.Label(), info.Label());
+
+  const auto copy = back.CopyDeep();
+  back.SetLabel("other");
+  EXPECT_EQ(copy->Label(), info.Label());
+  EXPECT_EQ(copy->Item(), -3);
+}
+
+TEST(ObstInfoTest, ReadsEachVersionAsItsLayoutSays) {
+  struct Case {
+    int32_t version;
+    std::string hex;
+    int32_t result, position;
+    int16_t item;
+    std::string label;
+  };
+  const std::string old = "Pillar" + std::string(250, ' ');
+  const Case cases[] = {
+      // version 0: Item and 16 characters, padded to 256 with blanks
+      {0, "0700 4142434445464748494a4b4c4d4e4f50 ffff", 0, 18, 7,
+       "ABCDEFGHIJKLMNOP" + std::string(240, ' ')},
+      // version 1 whose fixed length is 257: refused behind the two Longs
+      {1, "06010000 01010000 0700", -1, 8, 1, old},
+      // an unknown version reads nothing and succeeds
+      {2, "0700", 0, 0, 1, old},
+  };
+  for (const Case& c : cases) {
+    ByteStream stream = StreamOf(c.hex);
+    CObstInfoClass info;
+    info.SetItem(1);
+    info.SetLabel("Pillar");
+    EXPECT_EQ(info.ReadFromByteStream(stream, c.version), c.result) << c.version;
+    EXPECT_EQ(stream.GetPosition(), c.position);
+    EXPECT_EQ(info.Item(), c.item);
+    EXPECT_EQ(info.Label(), c.label);
+  }
+}
+
+}  // namespace
+}  // namespace zyra

@@ -1,0 +1,150 @@
+#include "zyra/info/prediction_info.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::StreamHex;
+using testing::StreamOf;
+using P = CPredictionInfoClass;
+
+std::string Zeros(int n) {
+  return std::string(2 * static_cast<size_t>(n), '0');
+}
+
+// One value per field, each with the bytes it must take at its offset in the body.
+struct Field {
+  int32_t offset;
+  const char* hex;
+  void (*set)(P&);
+};
+const Field kFields[] = {
+    {0, "01000040", [](P& p) { p.Setflags(0x40000001); }},
+    {4, "e8030000", [](P& p) { p.SetRaysPerLspk(1000); }},
+    {8, "0000c03f", [](P& p) { p.SetTarget(1.5f); }},
+    {12, "ffffffff", [](P& p) { p.SetNoise(-1); }},
+    {16, "00000040", [](P& p) { p.SetATime(2.0f); }},
+    {20, "00008040", [](P& p) { p.SetBTime(4.0f); }},
+    {24, "0000803f", [](P& p) { p.SetStart(0, 1.0f); }},
+    {112, "000080bf", [](P& p) { p.SetSlope(0, -1.0f); }},
+    {284, "0000003f", [](P& p) { p.SetRms(21, 0.5f); }},
+    {288, "00002040", [](P& p) { p.SetDelayTime(2.5f); }},
+    {292, "07000000", [](P& p) { p.SetPulses0(7); }},
+    {296, "08000000", [](P& p) { p.SetPulses1(8); }},
+    {300, "00004040", [](P& p) { p.SetLength1(3.0f); }},
+    {388, "0000803f", [](P& p) { p.SetLoss1(21, 1.0f); }},
+    {392, "09000000", [](P& p) { p.SetPulses2(9); }},
+    {396, "00000040", [](P& p) { p.SetLength2(2.0f); }},
+    {400, "0000003f", [](P& p) { p.SetLoss2(0, 0.5f); }},
+    {488, "0a000000", [](P& p) { p.SetMaxDensity(10); }},
+    {492, "ffffffff", [](P& p) { p.SetLimited(-1); }},
+    {580, "0000c03f", [](P& p) { p.SetRT60(21, 1.5f); }},
+    {584, "1300", [](P& p) { p.SetRTType(19); }},
+};
+
+P Sample() {
+  P pred;
+  for (const Field& field : kFields) field.set(pred);
+  return pred;
+}
+
+TEST(PredictionInfoTest, SaveWritesTheHeaderEveryFieldAtItsOffsetAndAZeroReserve) {
+  ByteStream stream;
+  Sample().SaveToByteStream(stream);
+  ASSERT_EQ(stream.GetLength(), 20 + 840);
+  EXPECT_EQ(StreamHex(stream, 0, 20),
+            StreamHex(StreamOf("50524544 0e00 0300 0e000000 01000000 48030000")));
+  for (const Field& field : kFields) {
+    const int32_t at = 20 + field.offset;
+    const std::string expected = StreamHex(StreamOf(field.hex));
+    EXPECT_EQ(StreamHex(stream, at, at + (static_cast<int32_t>(expected.size()) + 1) / 3), expected)
+        << "body offset " << field.offset;
+  }
+  EXPECT_EQ(StreamHex(stream, 20 + 586), StreamHex(StreamOf(Zeros(254))));
+}
+
+TEST(PredictionInfoTest, ReadDropsTheReservedBytesAndSavesThemAsZeros) {
+  ByteStream stream;
+  Sample().SaveToByteStream(stream);
+  const std::string clean = StreamHex(stream);
+  stream.SetPosition(20 + 586);
+  stream.WriteString(std::string(254, '\xaa'));
+
+  stream.SetPosition(0);
+  P pred;
+  std::string message = "stale";
+  ASSERT_EQ(pred.ReadFromByteStream(stream, message), 0);
+  EXPECT_EQ(message, "");
+  EXPECT_EQ(stream.GetPosition(), 860);
+  ByteStream again;
+  pred.SaveToByteStream(again);
+  EXPECT_EQ(StreamHex(again), clean);
+  ByteStream copied;
+  pred.GetCopy()->SaveToByteStream(copied);
+  EXPECT_EQ(StreamHex(copied), clean);
+}
+
+TEST(PredictionInfoTest, AnyVersionButThreeOrAnyOtherLengthIsABadLength) {
+  const std::string headers[] = {
+      "50524544 0e00 0200 0e000000 01000000 48030000",  // version 2, right length
+      "50524544 0e00 0300 0e000000 01000000 47030000",  // version 3, 839 bytes
+      "50524544 0e00 0300 0e000000 01000000 ffffffff",
+  };
+  for (const std::string& header : headers) {
+    ByteStream stream = StreamOf(header + Zeros(840));
+    P pred = Sample();
+    std::string message;
+    EXPECT_EQ(pred.ReadFromByteStream(stream, message), -1) << header;
+    EXPECT_EQ(message, "Bad Prediction Length");
+    EXPECT_EQ(stream.GetPosition(), 20);
+    EXPECT_EQ(pred.Target(), 1.5f);
+  }
+}
+
+TEST(PredictionInfoTest, BandArraySettersCopyWhatTheyHaveThenFailWhenShort) {
+  const std::pair<size_t, bool> cases[] = {{0, true}, {21, true}, {22, false}, {23, false}};
+  for (const auto& [size, fails] : cases) {
+    P pred;
+    pred.SetStartArray(std::vector<float>(22, -5.0f));
+    std::vector<float> values(size);
+    for (size_t i = 0; i < size; ++i) values[i] = static_cast<float>(i);
+    int32_t error = 0;
+    try {
+      pred.SetStartArray(values);
+      pred.SetSlopeArray(values);
+    } catch (const RuntimeError& e) {
+      error = e.Number();
+    }
+    EXPECT_EQ(error, fails ? kErrSubscript : 0) << size;
+    for (int32_t i = 0; i <= 21; ++i) {
+      const bool copied = static_cast<size_t>(i) < size;
+      EXPECT_EQ(pred.Start(i), copied ? static_cast<float>(i) : -5.0f) << size << " " << i;
+    }
+    EXPECT_EQ(pred.Slope(21), fails ? 0.0f : 21.0f);
+  }
+}
+
+TEST(PredictionInfoTest, PrintUsesItsOwnOrderAndClosesIndexedLabelsWithABlank) {
+  StringLogger logger;
+  Sample().PrintToLogger(&logger);
+  const auto& lines = logger.Lines();
+  ASSERT_EQ(lines.size(), 127u);
+  // clang-format off
+  const std::pair<size_t, const char*> rows[] = {
+      {0, ""}, {1, "Prediction:"}, {2, "Atime 2"}, {3, "Btime 4"}, {4, "DelayTime 2.5"},
+      {5, "flags 1073741825"}, {6, "Length1 3"}, {7, "Length2 2"}, {8, "Limited -1"},
+      {9, "Loss1(0) 0"}, {30, "Loss1(21) 1"}, {31, "Loss2(0) 0.5"}, {53, "MaxDensity 10"},
+      {54, "Noise -1"}, {55, "Pulses0 7"}, {57, "Pulses2 9"}, {58, "RaysPerLspk 1000"},
+      {80, "RT60(21) 1.5"}, {81, "RTType 19"}, {82, "slope(0) -1"}, {104, "start(0) 1"},
+      {125, "start(21) 0"}, {126, "Target 1.5"},
+  };
+  // clang-format on
+  for (const auto& [index, line] : rows) EXPECT_EQ(lines[index], line) << "line " << index;
+  for (const std::string& line : lines) EXPECT_NE(line.rfind("Rms", 0), 0u) << line;
+}
+
+}  // namespace
+}  // namespace zyra
