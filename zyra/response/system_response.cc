@@ -1,5 +1,7 @@
 #include "zyra/response/system_response.h"
 
+#include "zyra/rsp/block_writing.h"
+
 #include "zyra/rsp/rsp_block_header.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/flags.h"
@@ -110,13 +112,9 @@ void CSystemResponse::SavePulsBlockToByteStream(ByteStream& cByteStream, bool bF
   const std::vector<int32_t> laNumbers = BuildSavedLspNumbers();
   const CPulsBufferClass& buffer = *Pulses();
 
-  CRspBlockHeaderClass header;
-  header.SetIDfx(buffer.GetBlockID());
-  header.SetlHdr(kBlockHeaderLength);
-  header.SetVrsn(kBlockVersion);
-  header.Setflags(kPulsBlockFlags);
-  header.SetnInfo(buffer.Count());
-  header.SetlInfo(Required(buffer.Puls(0))->GetLengthInFile(kBlockVersion));
+  CRspBlockHeaderClass header =
+      MakeBlockHeader(buffer.GetBlockID(), kBlockHeaderLength, kBlockVersion, kPulsBlockFlags,
+                      buffer.Count(), Required(buffer.Puls(0))->GetLengthInFile(kBlockVersion));
   const int32_t lBlockStart = cByteStream.GetPosition();
   header.SaveToByteStream(cByteStream);
   lLengthOfBlockHeader = cByteStream.GetPosition() - lBlockStart;
@@ -141,10 +139,7 @@ void CSystemResponse::SavePulsBlockToByteStream(ByteStream& cByteStream, bool bF
     SetFlag(flags, kBlockFlagLast, true);
     header.Setflags(flags);
   }
-  const int32_t lEnd = cByteStream.GetPosition();
-  cByteStream.SetPosition(lBlockStart);
-  header.SaveToByteStream(cByteStream);
-  cByteStream.SetPosition(lEnd);
+  RewriteBlockHeader(cByteStream, lBlockStart, header);
 }
 
 // ---- The "LSPK" block ----
@@ -178,7 +173,7 @@ int32_t CSystemResponse::ReadLspInfoBlockFromByteStream(ByteStream& cByteStream,
   return 0;
 }
 
-void CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
+bool CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
                                                    bool bDontSaveBundles) const {
   const std::vector<int32_t> laNumbers = BuildSavedLspNumbers();
   const CPulsBufferClass& pulses = *Pulses();
@@ -198,13 +193,8 @@ void CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
     laDirectPuls[static_cast<size_t>(lOrigin)] = lSavedIndex;
   }
 
-  CRspBlockHeaderClass header;
-  header.SetIDfx(infos.GetBlockID());
-  header.SetlHdr(kBlockHeaderLength);
-  header.SetVrsn(kBlockVersion);
-  header.Setflags(kLspInfoBlockFlags);
-  header.SetnInfo(0);
-  header.SetlInfo(0);
+  CRspBlockHeaderClass header = MakeBlockHeader(infos.GetBlockID(), kBlockHeaderLength,
+                                                kBlockVersion, kLspInfoBlockFlags, 0, 0);
   int32_t lBlockStart = -1;  // the header is written just before the first record
   int32_t lBodyStart = 0;
   int32_t nWritten = 0;
@@ -225,14 +215,12 @@ void CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
     copy.SaveToByteStream(cByteStream);
     ++nWritten;
   }
-  if (nWritten == 0) return;  // deliberately no empty block
+  if (nWritten == 0) return false;  // deliberately no empty block
 
-  const int32_t lEnd = cByteStream.GetPosition();
   header.SetnInfo(nWritten);
-  header.SetlInfo(lEnd - lBodyStart);
-  cByteStream.SetPosition(lBlockStart);
-  header.SaveToByteStream(cByteStream);
-  cByteStream.SetPosition(lEnd);
+  header.SetlInfo(cByteStream.GetPosition() - lBodyStart);
+  RewriteBlockHeader(cByteStream, lBlockStart, header);
+  return true;
 }
 
 }  // namespace zyra

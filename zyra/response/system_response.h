@@ -55,8 +55,9 @@ class CSystemResponse {
                                          Logger* cReadLogger = nullptr);
   // Writes the active loudspeakers that are not valid coherence loudspeakers (and, with
   // bDontSaveBundles, not bundle members), each pointing at its direct sound in the saved
-  // "PULS" block. Writes nothing at all when no loudspeaker qualifies.
-  void SaveLspInfoBlockToByteStream(ByteStream& cByteStream, bool bDontSaveBundles) const;
+  // "PULS" block. Writes nothing at all when no loudspeaker qualifies; the result tells
+  // whether a block was written, so that the file header counts only blocks in the file.
+  bool SaveLspInfoBlockToByteStream(ByteStream& cByteStream, bool bDontSaveBundles) const;
 
  private:
   // ---- Save numbering, shared by both block writers so that their numbers agree ----
