@@ -59,6 +59,17 @@ class CSystemResponse {
   // whether a block was written, so that the file header counts only blocks in the file.
   bool SaveLspInfoBlockToByteStream(ByteStream& cByteStream, bool bDontSaveBundles) const;
 
+  // ---- Arrival times (ms): the loudspeaker's Delay plus the pulse's Travel ----
+  // Never-arrives time of anything whose loudspeaker is switched off; later than any real
+  // arrival, so inactive loudspeakers sort behind the active ones.
+  static constexpr double kNeverArrives = 16000.0;
+  // 0 for iPuls <= 0; kNeverArrives when the pulse names an inactive loudspeaker. Origin 0
+  // reads the slot-0 record, whose Delay is 0. An empty reference is error 91.
+  double GetPulsArrival(int32_t iPuls) const;
+  // The arrival of loudspeaker iLsp's direct sound (Puls(PulsNr)); kNeverArrives when the
+  // loudspeaker is inactive.
+  double GetLspArrival(int32_t iLsp) const;
+
  private:
   // ---- Save numbering, shared by both block writers so that their numbers agree ----
   // Element i (0..Count of the loudspeakers) is the number loudspeaker i gets in the saved
