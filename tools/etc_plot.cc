@@ -77,10 +77,9 @@ Axes ChooseAxes(const EtcPlotData& plot) {
   Axes axes{};
   // A small margin before the earliest time keeps the direct sound off the frame.
   const double margin = 0.03 * (tMax - tMin);
-  axes.tStep = NiceStep(tMax - tMin + margin, 10.0);
-  axes.t0 = std::floor((tMin - margin) / axes.tStep) * axes.tStep;
-  axes.t1 = std::ceil(tMax / axes.tStep) * axes.tStep;
-  if (axes.t1 <= tMax) axes.t1 += axes.tStep;
+  axes.tStep = NiceStep(tMax - tMin + 2 * margin, 10.0);
+  axes.t0 = tMin - margin;
+  axes.t1 = std::ceil((tMax + margin) / axes.tStep) * axes.tStep;
   // The top is the loudest level rounded up to the next 10 dB, leaving room for mark labels.
   axes.l1 = std::isfinite(levelMax) ? (std::floor(levelMax / 10.0) + 1.0) * 10.0 : 100.0;
   axes.l0 = axes.l1 - kRangeDb;
@@ -93,20 +92,18 @@ void Text(std::ostringstream& svg, double x, double y, const std::string& sText,
       << XmlEscape(sText) << "</text>\n";
 }
 
-std::string TimeLabel(double t) {
-  std::string s = Num(t);
-  return s;
-}
-
 void DrawFrameAndAxes(std::ostringstream& svg, const Axes& axes) {
   svg << "<g stroke=\"#e6e6e6\" stroke-width=\"1\">\n";
   for (double level = axes.l0; level <= axes.l1 + 1e-9; level += 10.0) {
     svg << "<line x1=\"" << Num(kLeft) << "\" y1=\"" << Num(axes.Y(level)) << "\" x2=\""
         << Num(kRight) << "\" y2=\"" << Num(axes.Y(level)) << "\"/>\n";
   }
-  const int nTicks = static_cast<int>(std::lround((axes.t1 - axes.t0) / axes.tStep));
+  // Time ticks on the multiples of the step; the axis itself starts a little before the
+  // earliest time.
+  const double firstTick = std::ceil(axes.t0 / axes.tStep) * axes.tStep;
+  const int nTicks = static_cast<int>(std::floor((axes.t1 - firstTick) / axes.tStep + 1e-9));
   for (int i = 0; i <= nTicks; ++i) {
-    const double x = axes.X(axes.t0 + i * axes.tStep);
+    const double x = axes.X(firstTick + i * axes.tStep);
     svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kTop) << "\" x2=\"" << Num(x) << "\" y2=\""
         << Num(kBottom) << "\"/>\n";
   }
@@ -114,11 +111,11 @@ void DrawFrameAndAxes(std::ostringstream& svg, const Axes& axes) {
 
   svg << "<g font-size=\"12\" fill=\"#333\">\n";
   for (int i = 0; i <= nTicks; ++i) {
-    const double t = axes.t0 + i * axes.tStep;
+    const double t = firstTick + i * axes.tStep;
     const double x = axes.X(t);
     svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kBottom) << "\" x2=\"" << Num(x)
         << "\" y2=\"" << Num(kBottom + 5) << "\" stroke=\"#333\"/>\n";
-    Text(svg, x, kBottom + 19, TimeLabel(std::abs(t) < 1e-9 ? 0.0 : t), "text-anchor=\"middle\"");
+    Text(svg, x, kBottom + 19, Num(std::abs(t) < 1e-9 ? 0.0 : t), "text-anchor=\"middle\"");
   }
   for (double level = axes.l0; level <= axes.l1 + 1e-9; level += 10.0) {
     const double y = axes.Y(level);
@@ -258,7 +255,7 @@ std::vector<EtcMark> StandardEtcMarks(std::optional<double> tSplit) {
                              {7.0, "7 ms", "#2ca02c"},
                              {50.0, "50 ms", "#9467bd"},
                              {80.0, "80 ms", "#8c564b"}};
-  if (tSplit) marks.push_back({*tSplit, "tSplit", "#e377c2"});
+  if (tSplit) marks.push_back({*tSplit, "tSplit = " + Num(*tSplit) + " ms", "#e377c2"});
   return marks;
 }
 
@@ -319,6 +316,11 @@ std::string EtcSvg(const EtcPlotData& plot) {
   DrawArrivals(svg, axes, plot, ArrivalKind::kReflection, kReflectionColour, 1.4);
   DrawArrivals(svg, axes, plot, ArrivalKind::kDirect, kDirectColour, 2.2);
   svg << "</g>\n";
+  if (plot.arrivals.empty() && plot.binLevels.empty()) {
+    Text(svg, (kLeft + kRight) / 2, (kTop + kBottom) / 2, "no arrivals in this band",
+         "text-anchor=\"middle\" font-size=\"14\" fill=\"#888\" stroke=\"#fff\" stroke-width=\"4\" "
+         "paint-order=\"stroke\"");
+  }
   DrawMarks(svg, axes, plot.marks);
   svg << "<rect x=\"" << Num(kLeft) << "\" y=\"" << Num(kTop) << "\" width=\""
       << Num(kRight - kLeft) << "\" height=\"" << Num(kBottom - kTop)
