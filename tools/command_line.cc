@@ -109,7 +109,9 @@ Subcommands Describe(CLI::App& app, Settings& s) {
   sub.synth->add_option("--speakers", s.synth.nSpeakers, "number of loudspeakers, 1 ... 32767")
       ->required()
       ->check(CLI::Range(1, kMaxSpeakers));
+  // The check keeps "-1" from wrapping round to the largest seed.
   sub.synth->add_option("--seed", s.synth.lSeed, "seed of the random numbers")
+      ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
   sub.synth->add_option("-o,--output", s.synth.sOut, "response file to write")->required();
   return sub;
