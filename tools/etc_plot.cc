@@ -230,19 +230,20 @@ void DrawLegend(std::ostringstream& svg, const EtcPlotData& plot) {
   double x = kRight;
   const double y = 32.0;
   svg << "<g font-size=\"12\" fill=\"#333\">\n";
-  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-    const double textWidth = kCharWidth * static_cast<double>(std::string(entry->label).size());
+  for (std::size_t i = entries.size(); i-- > 0;) {
+    const Entry& entry = entries[i];
+    const double textWidth = kCharWidth * static_cast<double>(std::string(entry.label).size());
     const double start = x - textWidth - 24.0;
-    if (entry->bin) {
+    if (entry.bin) {
       svg << "<rect x=\"" << Num(start) << "\" y=\"" << Num(y - 9) << "\" width=\"16\" "
-          << "height=\"10\" fill=\"" << entry->colour << "\" fill-opacity=\"0.16\" stroke=\""
-          << entry->colour << "\"/>\n";
+          << "height=\"10\" fill=\"" << entry.colour << "\" fill-opacity=\"0.16\" stroke=\""
+          << entry.colour << "\"/>\n";
     } else {
       svg << "<line x1=\"" << Num(start + 8) << "\" y1=\"" << Num(y - 11) << "\" x2=\""
-          << Num(start + 8) << "\" y2=\"" << Num(y + 2) << "\" stroke=\"" << entry->colour
+          << Num(start + 8) << "\" y2=\"" << Num(y + 2) << "\" stroke=\"" << entry.colour
           << "\" stroke-width=\"2.5\"/>\n";
     }
-    Text(svg, start + 22, y, entry->label, "");
+    Text(svg, start + 22, y, entry.label, "");
     x = start - 18.0;
   }
   svg << "</g>\n";
