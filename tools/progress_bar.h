@@ -1,0 +1,69 @@
+// The progress bar of the host tool: one line on standard error, cancelled with Ctrl-C.
+#ifndef ZYRA_TOOLS_PROGRESS_BAR_H_
+#define ZYRA_TOOLS_PROGRESS_BAR_H_
+
+#include <signal.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <functional>
+#include <iosfwd>
+#include <string>
+
+#include "zyra/support/busy_indicator.h"
+
+namespace zyra::tool {
+
+// Draws "caption [=====>     ]  42%" on one line, redrawn in place at most once per interval.
+// It stays completely silent when its output is not a terminal (a script or a pipe reading
+// standard error sees nothing), and clears its line when done so that the command's own output
+// starts on a clean line.
+//
+// While it lives, Ctrl-C asks for cancellation instead of ending the process: the next
+// ReportProgress answers false (the library then stops and reports). A second Ctrl-C ends the
+// process as usual, so a step that never asks can still be interrupted. The previous Ctrl-C
+// handling comes back when the object dies.
+class TerminalProgress : public BusyIndicator {
+ public:
+  // Seconds on a steady clock.
+  using Clock = std::function<double()>;
+
+  // On standard error, drawn only when standard error is a terminal.
+  TerminalProgress();
+  // On `out`, drawn only when `bIsTerminal`, with time from `clock` (for tests).
+  TerminalProgress(std::ostream& out, bool bIsTerminal, Clock clock);
+  ~TerminalProgress() override;
+
+  TerminalProgress(const TerminalProgress&) = delete;
+  TerminalProgress& operator=(const TerminalProgress&) = delete;
+
+  int32_t ShowProgress(const std::string& sCaption, double dFraction, double dInterval) override;
+  bool ReportProgress(const std::string& sCaption, double dFraction,
+                      const std::string& sAbortWarning, double dInterval) override;
+
+  // Clears the bar's line; the next progress call draws afresh.
+  void Done();
+
+  // True once the user pressed Ctrl-C while this object lived.
+  bool IsCancelled() const;
+
+  // The text of one bar line, without the carriage return (fraction clipped to 0 ... 1).
+  static std::string BarLine(const std::string& sCaption, double dFraction);
+
+ private:
+  void Draw(const std::string& sCaption, double dFraction, double dInterval);
+  void Print(const std::string& sText);
+
+  std::ostream& out_;
+  bool isTerminal_;
+  Clock clock_;
+  bool hasDrawn_ = false;
+  double lastDraw_ = 0.0;
+  std::size_t lineLength_ = 0;  // characters of the line on screen, 0 when clear
+  bool warned_ = false;
+  struct sigaction previous_ {};
+};
+
+}  // namespace zyra::tool
+
+#endif  // ZYRA_TOOLS_PROGRESS_BAR_H_
