@@ -72,6 +72,10 @@ class CLspInfoClass {
   float Delay() const noexcept { return delay_; }
   void SetDelay(float value) noexcept { delay_ = value; }
   int32_t PulsNr() const noexcept { return pulsNr_; }
+  // The whole flag words, bits without a property included; for hosts that show or export
+  // the record as stored.
+  int32_t Flags() const noexcept { return flags_; }
+  int16_t PhaseFlags() const noexcept { return phaseFlags_; }
   void SetPulsNr(int32_t value) noexcept { pulsNr_ = value; }
 
   bool IsActive() const noexcept { return IsFlagSet(flags_, kLspFlagActive); }

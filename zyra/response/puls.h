@@ -84,6 +84,9 @@ class CPulsClass {
   int16_t Phase(int32_t iTerz1) const { return phase_.Get(iTerz1); }
   void SetPhase(int32_t iTerz1, int16_t value) { phase_.Set(iTerz1, value); }
   int32_t ID_Pseudo() const noexcept { return idPseudo_; }
+  // The whole flag word, bits without a property included; for hosts that show or export the
+  // record as stored.
+  int32_t Flags() const noexcept { return flags_; }
   void SetID_Pseudo(int32_t value) noexcept { idPseudo_ = value; }
 
   bool IsInactive() const noexcept { return Has(kPulsFlagInactive); }

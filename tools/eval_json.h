@@ -1,0 +1,30 @@
+// The JSON of `zyra-rsp eval --json`: times, per-band energies, split parts, bins, Alcons over
+// time and the derived parameters.
+#ifndef ZYRA_TOOLS_EVAL_JSON_H_
+#define ZYRA_TOOLS_EVAL_JSON_H_
+
+#include <array>
+
+#include "tools/json_forms.h"
+#include "tools/response_session.h"
+#include "zyra/calc/calc_results.h"
+
+namespace zyra::tool {
+
+// One per-band array of the results (22 slots) read through `get`.
+template <class Get>
+std::array<double, kBandSlots> BandArrayOf(Get&& get) {
+  std::array<double, kBandSlots> values{};
+  for (std::size_t i = 0; i < kBandSlots; ++i) values[i] = get(static_cast<int32_t>(i));
+  return values;
+}
+
+Json TimesJson(const CCalcResults& r);
+Json BandsJson(const CCalcResults& r);
+Json SplitJson(const CCalcResults& r);
+Json AlconsJson(const AlconsSettings& settings, const AlconsValues& values);
+Json EvalJson(const Evaluation& evaluation);
+
+}  // namespace zyra::tool
+
+#endif  // ZYRA_TOOLS_EVAL_JSON_H_

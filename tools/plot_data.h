@@ -1,0 +1,21 @@
+// The reflectogram of one band from a prepared and evaluated response.
+#ifndef ZYRA_TOOLS_PLOT_DATA_H_
+#define ZYRA_TOOLS_PLOT_DATA_H_
+
+#include <string>
+
+#include "tools/etc_plot.h"
+#include "tools/response_session.h"
+#include "zyra/rsp/probe_rsp.h"
+
+namespace zyra::tool {
+
+// Every pulse that counts in the evaluation (interference off) at its arrival relative to tRef
+// with its level in band iBand (direct sounds and reflections apart), the statistical tail as
+// 1 ms steps from its start, the 1 ms bins where the band is an Alcons band, and the marks.
+EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& evaluation,
+                             int32_t iBand, const std::string& sSubtitle);
+
+}  // namespace zyra::tool
+
+#endif  // ZYRA_TOOLS_PLOT_DATA_H_
