@@ -1,0 +1,166 @@
+#include "tools/dump_json.h"
+
+#include <cmath>
+#include <sstream>
+
+#include <gtest/gtest.h>
+
+#include "tools/demo_response.h"
+#include "tools/eval_json.h"
+
+namespace zyra::tool {
+namespace {
+
+std::vector<std::string> Keys(const Json& object) {
+  std::vector<std::string> keys;
+  for (const auto& item : object.items()) keys.push_back(item.key());
+  return keys;
+}
+
+using Keylist = std::vector<std::string>;
+
+TEST(DumpJsonTest, SectionsCarryExactlyTheDocumentedKeys) {
+  CProbeRspClass file;
+  BuildDemoHall(file);
+  const InitOutcome init{0, "", std::nullopt};
+  const Json dump = DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, &init);
+  const struct {
+    const char* section;
+    Keylist keys;
+  } rows[] = {
+      {"",
+       {"read", "init", "file_header", "info_text", "probe_info", "etc", "pred", "local_rt",
+        "obstacles", "loudspeakers", "pulses", "pulse_buffer"}},
+      {"read", {"result", "message", "nRaysPerLspk", "fCutOffTime"}},
+      {"init", {"result", "message"}},
+      {"file_header", {"ZYRA", "nHdr", "lHdr", "IDfx", "Vrsn", "Flgs", "nRcd", "lRcd", "addr"}},
+      {"info_text", {"SourceText"}},
+      {"local_rt", {"LocalRTime"}},
+      {"pulse_buffer",
+       {"MaxOrder", "MinID", "MaxID", "MinPseudoID", "MaxPseudoID", "MaxSPL", "DataOrigin",
+        "SpeakerPhaseWasAdded"}},
+  };
+  for (const auto& row : rows) {
+    const Json& section = *row.section == 0 ? dump : dump.at(row.section);
+    EXPECT_EQ(Keys(section), row.keys) << row.section;
+  }
+  EXPECT_EQ(
+      Keys(dump["loudspeakers"][0]),
+      (Keylist{"Label", "CharLabel", "CoherenceGroup", "Site", "HorAngle", "VerAngle", "RotAngle",
+               "Flags", "SPL1m", "Dirty", "PhaseFlags", "Phase", "Delay", "PulsNr"}));
+  EXPECT_EQ(Keys(dump["pulses"][0]),
+            (Keylist{"Origin", "SPL", "Travel", "HorAngle", "VerAngle", "ROrder", "Multiple",
+                     "Linie", "Farbe", "RayX", "ID", "Flags", "Phase", "ID_Pseudo"}));
+  EXPECT_EQ(Keys(dump["obstacles"][0]), (Keylist{"Item", "Label"}));
+  EXPECT_EQ(dump["obstacles"].size(), 2u);
+  EXPECT_EQ(dump["probe_info"].back(), dump["probe_info"]["flags"]);
+  EXPECT_EQ(Keys(dump["probe_info"]).size(), 48u);  // 32 fields, 15 Booleans, flags
+  EXPECT_EQ(Keys(dump["etc"]).size(), 29u);
+  EXPECT_EQ(Keys(dump["pred"]).size(), 21u);
+  // Band arrays from index 0; the loudspeakers' Phase holds bands 1 ... 21.
+  EXPECT_EQ(dump["pulses"][0]["SPL"].size(), 22u);
+  EXPECT_EQ(dump["loudspeakers"][0]["Phase"].size(), 21u);
+  EXPECT_EQ(dump["loudspeakers"][0]["Site"].size(), 3u);
+  EXPECT_EQ(dump["probe_info"]["PrSite"].size(), 4u);
+  // Latin-1 texts arrive as UTF-8.
+  EXPECT_EQ(dump["probe_info"]["PrRoom"],
+            "Konzertsaal, Gro\xC3\x9F"
+            "er Saal");
+  const Json raw = DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, nullptr);
+  EXPECT_TRUE(raw["init"].is_null());
+}
+
+TEST(DumpJsonTest, PulseFieldsInTheirFileForms) {
+  CPulsClass puls;
+  puls.SetTravel(0.1f);
+  puls.SetLinie(0, 0, 1.0f);
+  puls.SetLinie(1, 0, 2.0f);
+  puls.SetLinie(0, 1, 3.0f);
+  puls.SetLinie(1, 1, std::nanf(""));
+  puls.SetRayX(3, -INFINITY);
+  puls.SetIsPseudo(true);
+  puls.SetIsBundle(true);
+  const Json json = PulsJson(puls);
+  EXPECT_EQ(json["Travel"].dump(), "0.1");
+  EXPECT_EQ(json["Linie"].dump(), R"([1.0,2.0,3.0,"NaN"])");
+  EXPECT_EQ(json["RayX"].dump(), R"([0.0,0.0,"-Infinity"])");
+  EXPECT_EQ(json["Flags"], kPulsFlagPseudo | kPulsFlagBundle);
+}
+
+TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
+  CProbeRspClass file;
+  BuildDemoHall(file);
+  const ReadOutcome read{1, "Warning: \xE9", 20000, 1500.5f};
+  const InitOutcome init{0, "", ErrorInfo{9, "Subscript out of range"}};
+  std::ostringstream streamed;
+  WriteDumpJson(streamed, file, CFileHeaderClass{}, read, &init);
+  EXPECT_EQ(streamed.str(), JsonText(DumpJson(file, CFileHeaderClass{}, read, &init)));
+  const Json parsed = Json::parse(streamed.str());
+  EXPECT_EQ(parsed["init"].dump(),
+            R"({"error":{"number":9,"description":"Subscript out of range"}})");
+  EXPECT_EQ(parsed["read"]["message"], "Warning: \xC3\xA9");
+  CProbeRspClass empty;
+  std::ostringstream none;
+  WriteDumpJson(none, empty, CFileHeaderClass{}, ReadOutcome{}, nullptr);
+  EXPECT_EQ(none.str(), JsonText(DumpJson(empty, CFileHeaderClass{}, ReadOutcome{}, nullptr)));
+}
+
+TEST(EvalJsonTest, LayoutAndDerivedValues) {
+  Evaluation evaluation;
+  evaluation.results = std::make_shared<CCalcResults>();
+  CCalcResults& r = *evaluation.results;
+  r.SettSplit(30.0);
+  r.SettDiff(80.0);
+  r.AddPulsEnergy(11, 0.0, 3.0, true);
+  r.AddPulsEnergy(11, 60.0, 1.0, false);
+  evaluation.alcons = {true, true, 6};
+  evaluation.alconsValues[1][50] = 2.5;
+  const Json json = EvalJson(evaluation);
+  EXPECT_EQ(Keys(json), (Keylist{"calculate", "times", "bands", "split", "Exx", "ExxSum",
+                                 "ExxHallSum", "alcons", "derived"}));
+  EXPECT_EQ(Keys(json["times"]), (Keylist{"tRef", "tFirst", "tLast", "tOff", "tGap", "tMean",
+                                          "tHall", "tSplit", "tDiff"}));
+  EXPECT_EQ(Keys(json["bands"]),
+            (Keylist{"E7", "E50", "E80", "ESplit", "Etotal", "EDirect", "ETail", "SPLMax"}));
+  EXPECT_EQ(Keys(json["alcons"]), (Keylist{"form", "noise", "interference", "values"}));
+  EXPECT_EQ(json["alcons"]["form"], "sti");
+  EXPECT_EQ(json["alcons"]["values"].size(), 3u);
+  EXPECT_EQ(json["alcons"]["values"][1].size(), 51u);
+  EXPECT_EQ(json["alcons"]["values"][1][50], 2.5);
+  EXPECT_EQ(json["split"]["ERef"].size(), 4u);
+  EXPECT_EQ(json["split"]["ERef"][3][11], 0.0);
+  EXPECT_EQ(json["split"]["ERef"][2][11], 1.0);  // 60 ms: from tSplit to before tDiff
+  EXPECT_EQ(json["Exx"].size(), 51u);
+  EXPECT_EQ(json["Exx"][0].size(), 3u);
+  EXPECT_EQ(json["ExxHallSum"][50].size(), 22u);
+  // Band 11: E50 = 3 of 4: C50 = 10·log10(3), D50 = 0.75; band 10 has no energy: null.
+  EXPECT_DOUBLE_EQ(json["derived"]["C50"][11].get<double>(), 10.0 * std::log10(3.0));
+  EXPECT_EQ(json["derived"]["D50"][11], 0.75);
+  EXPECT_TRUE(json["derived"]["C80"][10].is_null());
+}
+
+TEST(DemoHallTest, CoherentGroupIsLinkedThroughPseudoIdentifiers) {
+  CProbeRspClass file;
+  BuildDemoHall(file);
+  const CSystemResponse& rsp = *file.Rsp();
+  int32_t nMembersLinked = 0;
+  for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
+    const CPulsClass& puls = *rsp.Puls(i);
+    if (!puls.IsBundle()) continue;
+    // Every member pulse names a pseudo pulse of the group's pseudo loudspeaker.
+    bool found = false;
+    for (int32_t j = 1; j <= rsp.Pulses()->Count() && !found; ++j) {
+      const CPulsClass& head = *rsp.Puls(j);
+      found = head.IsPseudo() && head.ID() == puls.ID_Pseudo() &&
+              rsp.LspInfo(head.Origin())->IsPseudo() && head.ROrder() == puls.ROrder();
+    }
+    EXPECT_TRUE(found) << i;
+    ++nMembersLinked;
+  }
+  EXPECT_EQ(nMembersLinked, 3 * 63);  // three boxes, direct sound and 62 images each
+  EXPECT_EQ(rsp.Pulses()->Count(), 7 * 63);
+  EXPECT_EQ(rsp.Pulses()->MaxOrder(), 3);
+}
+
+}  // namespace
+}  // namespace zyra::tool
