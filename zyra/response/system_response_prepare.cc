@@ -313,7 +313,6 @@ void CSystemResponse::RebuildCoherenceGroups(std::string& sErrorMessage) {
     lsp.SetCoherenceGroup(lGroup);
   };
 
-  std::vector<int32_t> laClearedAt(Slot(pulses.Count()) + 1, 0);  // last clear of each pulse
   std::vector<int32_t> laHeadSetAt(Slot(nLsp) + 1, 0);  // when a member set the head's group
   int32_t g = 0;
   int32_t iCurrentHead = 0;
@@ -328,7 +327,6 @@ void CSystemResponse::RebuildCoherenceGroups(std::string& sErrorMessage) {
       CPulsClass& direct = pulses.PulsRecord(lsp.PulsNr());
       direct.SetIsMember(false);
       direct.SetIsCoherence(false);
-      laClearedAt[Slot(lsp.PulsNr())] = i;
       if (!lsp.IsPseudo()) continue;
       const int32_t lID = direct.ID();
       if (lID == 0) {
@@ -359,13 +357,12 @@ void CSystemResponse::RebuildCoherenceGroups(std::string& sErrorMessage) {
           laHeadSetAt[Slot(j)] > build->iTime ? lsp.CoherenceGroup() : build->lGroup;
       applyBuild(lsp, lGroup);
     }
-    // Within one step the clear of the direct sound comes before the build.
-    const int32_t pn = lsp.PulsNr();
-    if (build->iTime >= laClearedAt[Slot(pn)]) {
-      CPulsClass& direct = pulses.PulsRecord(pn);
-      direct.SetIsMember(true);
-      direct.SetIsCoherence(false);
-    }
+    // A direct sound is cleared only in the step of an invalid record naming it, and every
+    // record naming it is a member of the same builds: once built, it is valid when reached.
+    // So no clear comes after a build of its group, and the last build marks it.
+    CPulsClass& direct = pulses.PulsRecord(lsp.PulsNr());
+    direct.SetIsMember(true);
+    direct.SetIsCoherence(false);
   }
 }
 
