@@ -97,8 +97,7 @@ void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& op
   int32_t p = 0;
   int32_t lNextID = 1;
   // Direct sounds of every used loudspeaker; the groups take the first used ones.
-  for (size_t k = 0; k < laUsed.size(); ++k) {
-    const int32_t i = laUsed[k];
+  for (const int32_t i : laUsed) {
     FillPuls(pulses.PulsRecord(++p), dice, i, 0, lNextID++);
     infos.LspInfoRecord(i).SetPulsNr(p);
   }
