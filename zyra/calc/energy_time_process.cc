@@ -34,13 +34,10 @@ const std::vector<double>& EnergyByLevel() {
   return kTable;
 }
 
-// What the band loop needs of a pulse, fetched once: the record, its arrival and whether it
-// counts at all.
+// What the band loop needs of a pulse, fetched once: its arrival and kind.
 struct CountedPuls {
-  const CPulsClass* cPuls;
   double dArrival;
   bool bIsDirectSound;
-  bool bIsActive;  // IsActiveForCalc without interference
 };
 
 // The outcome of the evaluation: its result and whether no direct sound was found.
@@ -88,13 +85,26 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   // The pulses that take part, in pulse order, each with its arrival: the same in every band.
   const CPulsBufferClass& buffer = *rsp.Pulses();
   const int32_t n = buffer.Count();
+  // Their levels band by band (0 for a pulse that does not count in the calculation), so
+  // that each band pass reads one contiguous row.
   std::vector<CountedPuls> counted;
   counted.reserve(static_cast<size_t>(n));
+  std::vector<const CPulsClass*> countedPulses;
+  countedPulses.reserve(static_cast<size_t>(n));
   for (int32_t i = 1; i <= n; ++i) {
     const CPulsClass* cPuls = Required(buffer.Puls(i)).get();
     if (!(cPuls->IsDirectSound() || bIsWithTail || bIsWithReflections)) continue;
-    counted.push_back({cPuls, rsp.GetPulsArrival(i), cPuls->IsDirectSound(),
-                       cPuls->IsActiveForCalc(bIsInterferenceOn)});
+    counted.push_back({rsp.GetPulsArrival(i), cPuls->IsDirectSound()});
+    countedPulses.push_back(cPuls);
+  }
+  const size_t nCounted = counted.size();
+  std::vector<int16_t> levels(nCounted * kBandCount1);
+  for (size_t c = 0; c < nCounted; ++c) {
+    const CPulsClass& cPuls = *countedPulses[c];
+    if (!cPuls.IsActiveForCalc(bIsInterferenceOn)) continue;
+    for (int32_t b = 1; b <= kBandCount1; ++b) {
+      levels[static_cast<size_t>(b - 1) * nCounted + c] = cPuls.SPL(b);
+    }
   }
   // With progress, every pulse is reported, counted or not: laCountedIndex[c] is the pulse
   // number of counted[c].
@@ -116,13 +126,14 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
           HallEnergy(etc.Absorp(iTerz1), etc.Power(iTerz1), etc.RTime(iTerz1), etc.Volume());
       if (dEHall > 0.0) r.AddHallEnergy(iTerz1, dEHall, etc.RTime(iTerz1), bIsWithReflections);
     }
-    const auto AddPuls = [&](const CountedPuls& p) {
-      const int16_t level = p.cPuls->SPL(iTerz1);
-      const double e = p.bIsActive && level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
-      r.AddPulsEnergy(iTerz1, p.dArrival, e, p.bIsDirectSound);
+    const int16_t* bandLevels = levels.data() + static_cast<size_t>(iTerz1 - 1) * nCounted;
+    const auto AddPuls = [&](size_t c) {
+      const int16_t level = bandLevels[c];
+      const double e = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
+      r.AddPulsEnergy(iTerz1, counted[c].dArrival, e, counted[c].bIsDirectSound);
     };
     if (!bReport) {
-      for (const CountedPuls& p : counted) AddPuls(p);
+      for (size_t c = 0; c < nCounted; ++c) AddPuls(c);
       continue;
     }
     const std::string sCaption = "Band" + ToStrText(GetTerzFrequency(iTerz1 - 1)) + " Hz";
@@ -133,7 +144,7 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
         outcome.lResult = -1;
         return outcome;
       }
-      if (c < laCountedIndex.size() && laCountedIndex[c] == i) AddPuls(counted[c++]);
+      if (c < laCountedIndex.size() && laCountedIndex[c] == i) AddPuls(c++);
     }
   }
   return outcome;
