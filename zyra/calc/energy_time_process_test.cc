@@ -206,19 +206,5 @@ TEST(EnergyTimeProcessTest, AlconsCurveEqualsCallsAtEveryTime) {
   }
 }
 
-TEST(EnergyTimeProcessTest, AlconsOutsideTheBinsOrBandsIsError9) {
-  File f;
-  const auto r = f.Run(true);
-  const CEnergyTimeProcessClass process;
-  for (const auto& [a, t] : {std::pair{1, 50.6}, {1, -0.6}, {3, 2.0}, {-1, 2.0}}) {
-    try {
-      process.CalculateAlconsOfT(f.file, *r, a, SL_EAlcons_Peutz, t, false, 0);
-      ADD_FAILURE() << a << " " << t;
-    } catch (const RuntimeError& error) {
-      EXPECT_EQ(error.Number(), kErrSubscript);
-    }
-  }
-}
-
 }  // namespace
 }  // namespace zyra
