@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "bench/bench_support.h"
 #include "zyra/response/system_response.h"
 #include "zyra/support/byte_stream.h"
 
@@ -76,22 +77,7 @@ BENCHMARK(BM_PulsBlockRewrite)->Unit(benchmark::kMillisecond);
 // Reading into a fresh response: the release of the previous pulses is not timed.
 void BM_PulsBlockRead(benchmark::State& state) {
   ByteStream stream = SavedBlock(*MakeResponse());
-  for (auto _ : state) {
-    state.PauseTiming();
-    auto rsp = std::make_unique<CSystemResponse>();
-    rsp->Pulses();
-    stream.SetPosition(0);
-    state.ResumeTiming();
-
-    std::string sMessage;
-    const int32_t lResult =
-        rsp->ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false);
-    benchmark::DoNotOptimize(lResult);
-
-    state.PauseTiming();
-    rsp.reset();
-    state.ResumeTiming();
-  }
+  bench::TimePulsBlockReads(state, stream);
   state.SetBytesProcessed(state.iterations() * stream.GetLength());
 }
 BENCHMARK(BM_PulsBlockRead)->Unit(benchmark::kMillisecond);

@@ -5,6 +5,7 @@
 #include <memory>
 #include <string>
 
+#include "bench/bench_support.h"
 #include "tools/synth.h"
 #include "zyra/response/system_response.h"
 #include "zyra/support/byte_stream.h"
@@ -52,22 +53,7 @@ void BM_ReadSynthPulsBlock(benchmark::State& state) {
     int32_t lHeader = 0;
     rsp.SavePulsBlockToByteStream(stream, true, lHeader);
   }
-  for (auto _ : state) {
-    state.PauseTiming();
-    auto rsp = std::make_unique<CSystemResponse>();
-    rsp->Pulses();
-    stream.SetPosition(0);
-    state.ResumeTiming();
-
-    std::string sMessage;
-    const int32_t lResult =
-        rsp->ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false);
-    benchmark::DoNotOptimize(lResult);
-
-    state.PauseTiming();
-    rsp.reset();
-    state.ResumeTiming();
-  }
+  bench::TimePulsBlockReads(state, stream);
   state.SetItemsProcessed(state.iterations() * BenchOptions().nPulses);
 }
 BENCHMARK(BM_ReadSynthPulsBlock)->Unit(benchmark::kMillisecond);

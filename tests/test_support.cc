@@ -3,6 +3,8 @@
 #include <cctype>
 #include <stdexcept>
 
+#include "zyra/support/errors.h"
+
 namespace zyra::testing {
 
 std::vector<uint8_t> Hex(const std::string& text) {
@@ -41,6 +43,15 @@ ByteStream StreamOf(const std::string& hex) {
   ByteStream stream;
   stream.LoadFromBytes(Hex(hex));
   return stream;
+}
+
+int32_t ErrorNumberOf(const std::function<void()>& call) {
+  try {
+    call();
+  } catch (const RuntimeError& error) {
+    return error.Number();
+  }
+  return 0;
 }
 
 }  // namespace zyra::testing

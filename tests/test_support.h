@@ -3,6 +3,7 @@
 #define ZYRA_TESTS_TEST_SUPPORT_H_
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -19,6 +20,8 @@ std::string ToHex(std::span<const uint8_t> bytes);
 std::string StreamHex(const ByteStream& stream, int32_t from = 0, int32_t to = -1);
 // A stream loaded with the bytes of a hex literal, position 0.
 ByteStream StreamOf(const std::string& hex);
+// The number of the RuntimeError the call raises; 0 when it raises none.
+int32_t ErrorNumberOf(const std::function<void()>& call);
 
 // Records every call; answers "cancel" from the given ReportProgress call (1-based) on.
 class RecordingBusy : public BusyIndicator {

@@ -38,5 +38,6 @@
 
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/energy_time_process.h"
 
 #endif  // ZYRA_ZYRA_H_

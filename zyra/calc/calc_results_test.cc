@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/test_support.h"
+
 #include <cmath>
 #include <functional>
 #include <limits>
@@ -13,15 +15,6 @@ namespace zyra {
 namespace {
 
 constexpr int32_t kAlconsBand1Terz = 11;  // Alcons band 1
-
-int32_t ErrorNumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const RuntimeError& error) {
-    return error.Number();
-  }
-  return 0;
-}
 
 void SetTimes(CCalcResults& r, double tRef, double tSplit, double tDiff, double tHall) {
   r.SettRef(tRef);
@@ -60,7 +53,7 @@ TEST(CalcResultsTest, PulsLandsInItsLimitsSplitPartAndBin) {
       SetTimes(r, 100.0, 20.0, 30.0, 40.0);
       EXPECT_EQ(r.AddPulsEnergy(kAlconsBand1Terz, 100.0 + row.t, 2.0, direct), 0);
       const int32_t b = kAlconsBand1Terz;
-      SCOPED_TRACE(testing::Message() << "t " << row.t << (direct ? " direct" : " reflection"));
+      SCOPED_TRACE(::testing::Message() << "t " << row.t << (direct ? " direct" : " reflection"));
       EXPECT_EQ(r.Etotal(b), 2.0);
       EXPECT_EQ(r.E7(b), row.in7 ? 2.0 : 0.0);
       EXPECT_EQ(r.E50(b), row.in50 ? 2.0 : 0.0);
@@ -196,7 +189,7 @@ TEST(CalcResultsTest, IndexOutsideItsRangeIsError9AndChangesNothing) {
       [&] { r.ExxHallSum(0, 22); },
       [&] { r.ExxSum(51, 0); },
   };
-  for (size_t i = 0; i < std::size(calls); ++i) EXPECT_EQ(ErrorNumberOf(calls[i]), 9) << i;
+  for (size_t i = 0; i < std::size(calls); ++i) EXPECT_EQ(testing::ErrorNumberOf(calls[i]), 9) << i;
   for (int32_t b = 0; b <= 21; ++b) {
     EXPECT_EQ(r.Etotal(b) + r.ERef(0, b) + r.EDir(0, b) + r.ERev(0, b) + r.ExxHallSum(50, b), 0.0);
   }
@@ -208,11 +201,12 @@ TEST(CalcResultsTest, SumThatOverflowsIsError6AndKeepsThePreviousSums) {
   CCalcResults r;
   SetTimes(r, 0.0, 20.0, 30.0, 10.0);
   r.AddPulsEnergy(11, 1.0, 1e308, true);
-  EXPECT_EQ(ErrorNumberOf([&] { r.AddPulsEnergy(11, 60.0, 1e308, true); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.AddPulsEnergy(11, 60.0, 1e308, true); }), kErrOverflow);
   EXPECT_EQ(r.Etotal(11), 1e308);
   EXPECT_EQ(r.EDir(3, 11), 0.0);
-  EXPECT_EQ(ErrorNumberOf([&] { r.AddPulsEnergy(5, 1.0, std::nan(""), true); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumberOf([&] { r.AddHallEnergy(5, inf, 1.0, false); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.AddPulsEnergy(5, 1.0, std::nan(""), true); }),
+            kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.AddHallEnergy(5, inf, 1.0, false); }), kErrOverflow);
   EXPECT_EQ(r.Etotal(5), 0.0);
   EXPECT_EQ(r.ExxHallSum(50, 5), 0.0);
   // Two finite bins whose running sum overflows (a negative energy in between keeps every other
@@ -220,8 +214,8 @@ TEST(CalcResultsTest, SumThatOverflowsIsError6AndKeepsThePreviousSums) {
   r.AddPulsEnergy(8, 1.0, 1e308, true);
   r.AddPulsEnergy(8, 45.6, -1e308, true);
   r.AddPulsEnergy(8, 30.0, 1e308, true);
-  EXPECT_EQ(ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
 }
 
 }  // namespace

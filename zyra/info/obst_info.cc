@@ -34,14 +34,7 @@ int32_t CObstInfoClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVer
 }
 
 int32_t CObstInfoClass::GetLengthInFile(int32_t iVersion) noexcept {
-  switch (iVersion) {
-    case 0:
-      return 2 + kLabelLengthVersion0;
-    case 1:
-      return kFixedLength;
-    default:
-      return -1;
-  }
+  return LengthOfVersion(iVersion, 2 + kLabelLengthVersion0, kFixedLength);
 }
 
 int32_t CObstInfoClass::GetRecordBytes(int32_t iVersion) noexcept {

@@ -20,15 +20,6 @@ std::string Blanks(int n) {
   return hex;
 }
 
-int32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const RuntimeError& error) {
-    return error.Number();
-  }
-  return 0;
-}
-
 TEST(ObstInfoBufferTest, SavesTheHeaderAlsoForAnEmptyListAndPatchesTheLength) {
   CObstInfoBufferClass empty;
   ByteStream stream;
@@ -102,7 +93,8 @@ TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
     buffer.SetCount(5);
     std::string message = "stale";
     int32_t result = 99;
-    EXPECT_EQ(ErrorOf([&] { result = buffer.ReadInfoBlockFromByteStream(stream, message); }),
+    EXPECT_EQ(testing::ErrorNumberOf(
+                  [&] { result = buffer.ReadInfoBlockFromByteStream(stream, message); }),
               c.error)
         << c.name;
     if (c.error == 0) {
@@ -122,9 +114,9 @@ TEST(ObstInfoBufferTest, IndicesOutsideTheListAreEmptyOnGetAndErrorsOnSetAndSwap
   EXPECT_EQ(buffer.ObstInfo(-1), nullptr);
   EXPECT_EQ(buffer.ObstInfo(3), nullptr);
   const auto entry = std::make_shared<CObstInfoClass>();
-  EXPECT_EQ(ErrorOf([&] { buffer.SetObstInfo(3, entry); }), kErrSubscript);
-  EXPECT_EQ(ErrorOf([&] { buffer.Swap(0, 3); }), kErrSubscript);
-  EXPECT_EQ(ErrorOf([&] { buffer.SetCount(-1); }), kErrInvalidCall);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetObstInfo(3, entry); }), kErrSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.Swap(0, 3); }), kErrSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetCount(-1); }), kErrInvalidCall);
   buffer.SetObstInfo(2, entry);
   buffer.Swap(1, 2);
   buffer.SetCountPreserve(4);

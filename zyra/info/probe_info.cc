@@ -43,14 +43,7 @@ class FixedTextReader : public FieldReader {
 }  // namespace
 
 int32_t CProbeInfoClass::GetLengthInFile(int32_t iVersion) noexcept {
-  switch (iVersion) {
-    case 0:
-      return kLengthVersion0;
-    case 1:
-      return kLengthVersion1;
-    default:
-      return -1;
-  }
+  return LengthOfVersion(iVersion, kLengthVersion0, kLengthVersion1);
 }
 
 int32_t CProbeInfoClass::ReadFromByteStream(ByteStream& cByteStream, std::string& sErrorMessage,

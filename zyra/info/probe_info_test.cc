@@ -56,15 +56,6 @@ CProbeInfoClass FromVersion1(const std::string& flags = "00040000") {
   return probe;
 }
 
-int32_t ErrorOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const RuntimeError& error) {
-    return error.Number();
-  }
-  return 0;
-}
-
 TEST(ProbeInfoTest, VersionOneReadsAndSavesTheSameBytesKeepingFlagBitsWithoutProperty) {
   // Bits 16, 128 and 16384 have no property; 1024 is IsLocalRTInfo_b.
   const std::string block = Version1("90440000");
@@ -146,7 +137,7 @@ TEST(ProbeInfoTest, HostileTextCountsFailBeforeAllocatingAndKeepTheValues) {
                                  c.userCount + "6162");
     CProbeInfoClass probe = FromVersion1();
     std::string message;
-    EXPECT_EQ(ErrorOf([&] { probe.ReadFromByteStream(stream, message); }), c.error);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { probe.ReadFromByteStream(stream, message); }), c.error);
     EXPECT_EQ(probe.PrUserName(), "ab");
     EXPECT_EQ(probe.PrRemarks(), "R");
   }

@@ -69,14 +69,7 @@ void CLspInfoClass::SaveToByteStream(ByteStream& cByteStream) const {
 }
 
 int32_t CLspInfoClass::GetLengthInFile(int32_t iVersion) noexcept {
-  switch (iVersion) {
-    case 0:
-      return kLengthVersion0;
-    case 1:
-      return kFixedLengthVersion1;
-    default:
-      return -1;
-  }
+  return LengthOfVersion(iVersion, kLengthVersion0, kFixedLengthVersion1);
 }
 
 CLspInfoClass CLspInfoClass::CopyThroughProperties() const {

@@ -3,6 +3,7 @@
 #include <cmath>
 
 #include "zyra/support/print_fields.h"
+#include "zyra/support/record_fields.h"
 #include "zyra/support/span_fields.h"
 
 namespace zyra {
@@ -34,14 +35,7 @@ void CPulsClass::SaveToByteStream(ByteStream& cByteStream) const {
 }
 
 int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
-  switch (iVersion) {
-    case 0:
-      return kLengthVersion0;
-    case 1:
-      return kLengthVersion1;
-    default:
-      return -1;
-  }
+  return LengthOfVersion(iVersion, kLengthVersion0, kLengthVersion1);
 }
 
 bool CPulsClass::IsActiveForCalc(bool bIsInterferenceOn) const noexcept {

@@ -2,7 +2,9 @@
 #ifndef ZYRA_RESPONSE_SYSTEM_RESPONSE_H_
 #define ZYRA_RESPONSE_SYSTEM_RESPONSE_H_
 
+#include <array>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -105,6 +107,44 @@ class CSystemResponse {
   // a cancel leaves the order unchanged and gives false. bCalculateBroadbandEnergy has no
   // effect.
   bool TrainSortPulses(bool bCalculateBroadbandEnergy, BusyIndicator* cBusy);
+
+  // ---- Times, direct sound and interference ----
+  // Number of 1 ms limits 0..50 of an interference-energy curve.
+  static constexpr int32_t kCurveLimitCount = 51;
+
+  // The characteristic times from the loudspeakers' direct sounds, sorted by arrival: tFirst
+  // and tLast of the first and last counted direct sound, tRef of the loudspeaker that keeps
+  // the precedence (absolute), tOff = tLast, and tGap between the first two counted direct
+  // sounds. tFirst, tLast and tOff come back relative to tRef. Always 0; without pulses or
+  // without loudspeakers the outputs stay as passed.
+  int32_t CalculateTimes(bool bIsInterferenceOn, double& tFirst, double& tLast, double& tOff,
+                         double& tRef, double& tGap) const;
+  // Direct energy and the largest direct pressure per band 1..21 of the direct sounds that
+  // arrive before tDiff (relative to tRef). dEDirect0 accumulates the broadband sum onto what
+  // it holds (callers pass daEDirect[0]; the aliasing is safe). tMean is the energy-weighted
+  // mean arrival of band 11 relative to tRef, or tFirst when band 11 has no direct energy.
+  // True when some band's largest pressure exceeds 1.0.
+  bool CalculateDirectSound(double tRef, double tDiff, double tFirst, bool bIsInterferenceOn,
+                            std::array<double, 22>& daEDirect,
+                            std::array<double, 22>& daPressureMax, double& dEDirect0,
+                            double& tMean) const;
+  // The coherent energy of the pulses arriving no later than tLimit after tRef, averaged over
+  // a band of dBandwidth third-octaves around band iTerz1: the pulses' energies (halved when
+  // exactly one of bIsPot and bIsKin is set) plus the cross terms of every pair, weighted by
+  // 1.0 when exactly one of bIsPot and bIsKin is set and by 2.0 otherwise, and with bIsKin by
+  // the dot product of the two rays. Pulses without pressure in the band add nothing. A
+  // run-time error (a pulse naming a missing loudspeaker, a band outside 0..21, an energy that
+  // does not fit a Single) is reported as "CalcInterferenceEnergy" and gives 0.
+  float CalcInterferenceEnergy(int32_t iTerz1, double dBandwidth, bool bIsPot, bool bIsKin,
+                               bool bIncludePhaseLocal, double tRef,
+                               double tLimit = std::numeric_limits<double>::infinity()) const;
+  // CalcInterferenceEnergy for the limits tLimit = 0, 1, ..., 50 ms at once: element k equals
+  // the call with tLimit = k up to rounding. Each pair of pulses is visited once. A run-time
+  // error is reported as "CalcInterferenceEnergyCurve" and gives zeros.
+  std::array<float, kCurveLimitCount> CalcInterferenceEnergyCurve(int32_t iTerz1, double dBandwidth,
+                                                                  bool bIsPot, bool bIsKin,
+                                                                  bool bIncludePhaseLocal,
+                                                                  double tRef) const;
 
  private:
   friend class SystemResponseTestAccess;

@@ -55,7 +55,9 @@ void ByteStream::WriteInt16Array(std::span<const int16_t> values) {
   for (const int16_t value : values) WriteInt16(value);
 }
 
-void ByteStream::WriteString(const std::string& sText) { WriteRaw(sText.data(), sText.size()); }
+void ByteStream::WriteString(const std::string& sText) {
+  WriteRaw(sText.data(), sText.size());
+}
 
 void ByteStream::WriteText(const std::string& sText) {
   if (static_cast<int64_t>(sText.size()) > kMaxLength) RaiseError(kErrOverflow);

@@ -12,15 +12,6 @@ namespace {
 using testing::StreamHex;
 using testing::StreamOf;
 
-int32_t ErrorNumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const RuntimeError& error) {
-    return error.Number();
-  }
-  return 0;
-}
-
 TEST(ByteStreamTest, WritesLittleEndianItemsOfTheirWidthsAndReadsThemBack) {
   ByteStream stream;
   stream.WriteInt16(0x0102);
@@ -76,12 +67,12 @@ TEST(ByteStreamTest, BadReadsRaiseTheirErrorAndKeepThePosition) {
   };
   for (const Case& c : cases) {
     ByteStream stream = StreamOf(c.bytes);
-    EXPECT_EQ(ErrorNumberOf([&] { c.read(stream); }), c.error) << c.name;
+    EXPECT_EQ(testing::ErrorNumberOf([&] { c.read(stream); }), c.error) << c.name;
     EXPECT_EQ(stream.GetPosition(), 0) << c.name;
   }
   ByteStream beyond = StreamOf("01 02");
   beyond.SetPosition(5);
-  EXPECT_EQ(ErrorNumberOf([&] { beyond.ReadInt16(); }), kErrPastEnd);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { beyond.ReadInt16(); }), kErrPastEnd);
 }
 
 TEST(ByteStreamTest, OverwriteKeepsTheLengthAndGapsAreZero) {
@@ -101,9 +92,9 @@ TEST(ByteStreamTest, GrowingPastTheLongLimitRaises6AndChangesNothing) {
   ByteStream stream;
   stream.WriteInt16(7);
   stream.SetPosition(INT32_MAX - 1);
-  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteInt32(1); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteText("a"); }), kErrOverflow);
-  EXPECT_EQ(ErrorNumberOf([&] { stream.WriteString("abc"); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteInt32(1); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteText("a"); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteString("abc"); }), kErrOverflow);
   EXPECT_EQ(stream.GetLength(), 2);
   EXPECT_EQ(stream.GetPosition(), INT32_MAX - 1);
 }

@@ -3,6 +3,8 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/test_support.h"
+
 #include <cmath>
 #include <limits>
 #include <numbers>
@@ -12,15 +14,6 @@
 namespace zyra {
 namespace {
 
-int32_t ErrorNumberOf(const std::function<void()>& call) {
-  try {
-    call();
-  } catch (const RuntimeError& error) {
-    return error.Number();
-  }
-  return 0;
-}
-
 TEST(CalculationTest, TerzFrequencyTableAndFormulaBeyondIt) {
   const int32_t table[] = {100,  125,  160,  200,  250,  315,  400,  500,  630,  800,  1000,
                            1250, 1600, 2000, 2500, 3150, 4000, 5000, 6300, 8000, 10000};
@@ -28,7 +21,7 @@ TEST(CalculationTest, TerzFrequencyTableAndFormulaBeyondIt) {
   const std::pair<int32_t, int32_t> beyond[] = {{-1, 79},     {21, 12589}, {22, 15849},
                                                 {30, 100000}, {-10, 10},   {73, 1995262315}};
   for (const auto& [i, hz] : beyond) EXPECT_EQ(GetTerzFrequency(i), hz) << i;
-  EXPECT_EQ(ErrorNumberOf([] { GetTerzFrequency(74); }), kErrOverflow);
+  EXPECT_EQ(testing::ErrorNumberOf([] { GetTerzFrequency(74); }), kErrOverflow);
 }
 
 TEST(CalculationTest, DecayFractionBoundariesAndClosedForms) {

@@ -48,7 +48,9 @@ RuntimeError::RuntimeError(int32_t number, std::string description)
       number_(number),
       description_(std::move(description)) {}
 
-void RaiseError(int32_t number) { throw RuntimeError(number); }
+void RaiseError(int32_t number) {
+  throw RuntimeError(number);
+}
 
 ErrorDisplay SetErrorDisplay(ErrorDisplay display) {
   const std::lock_guard<std::mutex> lock(DisplayMutex());

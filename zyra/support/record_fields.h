@@ -23,6 +23,12 @@
 
 namespace zyra {
 
+// The length in the file of a record of version 0 or 1, -1 for any other version: the answer
+// of every record's GetLengthInFile.
+constexpr int32_t LengthOfVersion(int32_t iVersion, int32_t lVersion0, int32_t lVersion1) {
+  return iVersion == 0 ? lVersion0 : (iVersion == 1 ? lVersion1 : -1);
+}
+
 class FieldReader {
  public:
   explicit FieldReader(ByteStream& stream) : stream_(stream) {}

@@ -19,16 +19,34 @@ std::string WithBlank(const std::string& text, bool nonNegative) {
 
 }  // namespace
 
-std::string ToText(int16_t value) { return std::to_string(value); }
-std::string ToText(int32_t value) { return std::to_string(value); }
-std::string ToText(float value) { return Printed("%.7G", static_cast<double>(value)); }
-std::string ToText(double value) { return Printed("%.15G", value); }
-std::string ToText(bool value) { return value ? "True" : "False"; }
+std::string ToText(int16_t value) {
+  return std::to_string(value);
+}
+std::string ToText(int32_t value) {
+  return std::to_string(value);
+}
+std::string ToText(float value) {
+  return Printed("%.7G", static_cast<double>(value));
+}
+std::string ToText(double value) {
+  return Printed("%.15G", value);
+}
+std::string ToText(bool value) {
+  return value ? "True" : "False";
+}
 
-std::string ToStrText(int16_t value) { return WithBlank(ToText(value), value >= 0); }
-std::string ToStrText(int32_t value) { return WithBlank(ToText(value), value >= 0); }
-std::string ToStrText(float value) { return WithBlank(ToText(value), !std::signbit(value)); }
-std::string ToStrText(double value) { return WithBlank(ToText(value), !std::signbit(value)); }
+std::string ToStrText(int16_t value) {
+  return WithBlank(ToText(value), value >= 0);
+}
+std::string ToStrText(int32_t value) {
+  return WithBlank(ToText(value), value >= 0);
+}
+std::string ToStrText(float value) {
+  return WithBlank(ToText(value), !std::signbit(value));
+}
+std::string ToStrText(double value) {
+  return WithBlank(ToText(value), !std::signbit(value));
+}
 
 std::string LocalDateTimeText() {
   const std::time_t now = std::time(nullptr);

@@ -1,0 +1,277 @@
+// Times, direct sound and interference energy of a system response, against closed forms, a
+// band average taken numerically and the literal pair-by-pair sum.
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <complex>
+#include <random>
+
+#include "tests/interference_reference.h"
+#include "zyra/response/system_response.h"
+#include "zyra/support/errors.h"
+
+namespace zyra {
+namespace {
+
+// A response built in memory: loudspeakers with their direct sounds, and reflections.
+class Builder {
+ public:
+  // A loudspeaker whose direct sound arrives at fDelay + fTravel with iLevel (0.01 dB) in
+  // every band 1..21; the number of the loudspeaker.
+  int32_t Speaker(float fDelay, float fTravel, int16_t iLevel, bool bActive = true) {
+    const int32_t iLsp = rsp.LspInfos()->Count() + 1;
+    rsp.LspInfos()->SetCountPreserve(iLsp);
+    const auto info = rsp.LspInfo(iLsp);
+    info->SetDelay(fDelay);
+    info->SetIsActive(bActive);
+    info->SetPulsNr(Pulse(iLsp, 0, fTravel, iLevel));
+    return iLsp;
+  }
+  int32_t Pulse(int32_t lOrigin, int32_t lOrder, float fTravel, int16_t iLevel,
+                int16_t iPhase = 0) {
+    auto puls = std::make_shared<CPulsClass>();
+    puls->SetOrigin(lOrigin);
+    puls->SetROrder(lOrder);
+    puls->SetTravel(fTravel);
+    for (int32_t b = 1; b <= 21; ++b) {
+      puls->SetSPL(b, iLevel);
+      puls->SetPhase(b, iPhase);
+    }
+    return rsp.Pulses()->AddPuls(std::move(puls));
+  }
+
+  CSystemResponse rsp;
+};
+
+struct Times {
+  double tFirst, tLast, tOff, tRef, tGap;
+};
+
+Times TimesOf(const CSystemResponse& rsp) {
+  Times t{-1, -1, -1, -1, -1};
+  EXPECT_EQ(rsp.CalculateTimes(false, t.tFirst, t.tLast, t.tOff, t.tRef, t.tGap), 0);
+  return t;
+}
+
+TEST(SystemResponseEvaluationTest, CalculateTimesFollowsThePrecedenceRule) {
+  struct Speaker {
+    float fDelay, fTravel;
+    int16_t iLevel;
+    bool bActive;
+  };
+  struct Row {
+    const char* sCase;
+    std::vector<Speaker> speakers;
+    Times expected;
+  };
+  const Row rows[] = {
+      {"single direct sound", {{2, 8, 6000, true}}, {0, 0, 0, 10, 0}},
+      // dt 3 ms: allowance 5 dB; 60 + 5 < 80, the later one takes the reference.
+      {"louder later within the allowance",
+       {{0, 10, 6000, true}, {0, 13, 8000, true}},
+       {-3, 0, 0, 13, 3}},
+      {"later not loud enough", {{0, 10, 6000, true}, {0, 13, 6400, true}}, {0, 3, 3, 10, 3}},
+      // Exactly 50 ms: the level rule with no allowance.
+      {"50 ms apart, louder later",
+       {{0, 10, 6000, true}, {50, 10, 6001, true}},
+       {-50, 0, 0, 60, 50}},
+      // Just beyond 50 ms: the earlier one keeps it since it sounds in some band.
+      {"50.000001 ms apart, louder later",
+       {{0, 10, 6000, true}, {50, 10.000001F, 9000, true}},
+       {0, 50.000000953674316, 50.000000953674316, 10, 50.000000953674316}},
+      // Beyond 50 ms an earlier loudspeaker without level in any band loses.
+      {"silent earlier one", {{0, 10, 0, true}, {0, 70.5F, 10, true}}, {-60.5, 0, 0, 70.5, 60.5}},
+      {"sorted by arrival, not by number",
+       {{0, 20, 6000, true}, {0, 10, 6000, true}},
+       {0, 10, 10, 10, 10}},
+      // An inactive loudspeaker never arrives and is not walked for tFirst and tLast; its
+      // direct sound (still counted by the record) ends the gap walk.
+      {"inactive loudspeaker", {{0, 5, 6000, false}, {0, 10, 6000, true}}, {0, 0, 0, 10, 15990}},
+      // None active: the first in order is the reference; tFirst and tLast stay as passed
+      // (-1) before tRef is taken off.
+      {"all inactive",
+       {{0, 5, 6000, false}, {0, 10, 6000, false}},
+       {-16001, -16001, -16001, 16000, 0}},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.sCase);
+    Builder b;
+    for (const Speaker& s : row.speakers) b.Speaker(s.fDelay, s.fTravel, s.iLevel, s.bActive);
+    const Times t = TimesOf(b.rsp);
+    EXPECT_DOUBLE_EQ(t.tFirst, row.expected.tFirst);
+    EXPECT_DOUBLE_EQ(t.tLast, row.expected.tLast);
+    EXPECT_DOUBLE_EQ(t.tOff, row.expected.tOff);
+    EXPECT_DOUBLE_EQ(t.tRef, row.expected.tRef);
+    EXPECT_DOUBLE_EQ(t.tGap, row.expected.tGap);
+  }
+}
+
+TEST(SystemResponseEvaluationTest, CalculateTimesWithoutPulsesOrSpeakersLeavesOutputs) {
+  Builder noSpeakers;
+  noSpeakers.Pulse(0, 0, 10, 6000);
+  Builder empty;
+  for (const CSystemResponse* rsp : {&noSpeakers.rsp, &empty.rsp}) {
+    const Times t = TimesOf(*rsp);
+    EXPECT_EQ(t.tFirst, -1);
+    EXPECT_EQ(t.tRef, -1);
+    EXPECT_EQ(t.tGap, -1);
+  }
+}
+
+TEST(SystemResponseEvaluationTest, DirectSoundSumsCountedDirectPulses) {
+  Builder b;
+  b.Speaker(0, 10, 2000);   // p = 10 in every band, at tRef
+  b.Speaker(0, 14, 4000);   // p = 100, 4 ms later
+  b.Speaker(0, 30, 6000);   // exactly tDiff = 20 after tRef: left out
+  b.Pulse(1, 1, 12, 8000);  // a reflection: never direct sound
+  std::array<double, 22> daEDirect{};
+  std::array<double, 22> daPressureMax{};
+  daEDirect[0] = 5.0;  // the broadband sum accumulates onto it
+  double tMean = -1;
+  EXPECT_TRUE(b.rsp.CalculateDirectSound(10, 20, 7.0, false, daEDirect, daPressureMax, daEDirect[0],
+                                         tMean));
+  for (size_t band = 1; band <= 21; ++band) {
+    EXPECT_DOUBLE_EQ(daEDirect[band], 10100.0);
+    EXPECT_DOUBLE_EQ(daPressureMax[band], 100.0);
+  }
+  EXPECT_DOUBLE_EQ(daEDirect[0], 5.0 + 21 * 10100.0);
+  EXPECT_DOUBLE_EQ(tMean, (10 * 100.0 + 14 * 10000.0) / 10100.0 - 10);
+}
+
+TEST(SystemResponseEvaluationTest, DirectSoundWithoutEnergyKeepsTFirstAsMean) {
+  Builder b;
+  b.Speaker(0, 10, 0);
+  std::array<double, 22> daEDirect{};
+  std::array<double, 22> daPressureMax{};
+  double tMean = 0;
+  EXPECT_FALSE(b.rsp.CalculateDirectSound(10, 20, 3.5, false, daEDirect, daPressureMax,
+                                          daEDirect[0], tMean));
+  EXPECT_EQ(tMean, 3.5);
+}
+
+TEST(SystemResponseEvaluationTest, InterferenceClosedForms) {
+  struct Row {
+    bool bIsPot, bIsKin;
+    double expected;  // p = 10 for both pulses; rays (1,0,0) and (0.6,0.8,0)
+  };
+  // One pulse: p^2, halved when exactly one kind is chosen. Two pulses with equal arrivals
+  // and phases: the cross term is F w = F p^2 (times 0.6 for the kinetic ray product).
+  const Row rows[] = {{false, false, 100 + 100 + 2 * 100},
+                      {true, false, 0.5 * 200 + 1 * 100},
+                      {false, true, 0.5 * 200 + 1 * 60},
+                      {true, true, 200 + 2 * 60}};
+  for (const Row& row : rows) {
+    Builder b;
+    b.Speaker(0, 10, 2000);
+    const auto p1 = b.rsp.Puls(1);
+    p1->SetRayX(1, 1.0F);
+    EXPECT_FLOAT_EQ(b.rsp.CalcInterferenceEnergy(11, 1.0, row.bIsPot, row.bIsKin, true, 10.0, 5.0),
+                    row.bIsPot != row.bIsKin ? 50.0F : 100.0F);
+    const int32_t i2 = b.Pulse(1, 1, 10, 2000);
+    b.rsp.Puls(i2)->SetRayX(1, 0.6F);
+    b.rsp.Puls(i2)->SetRayX(2, 0.8F);
+    EXPECT_NEAR(b.rsp.CalcInterferenceEnergy(11, 1.0, row.bIsPot, row.bIsKin, true, 10.0),
+                row.expected, 1e-4);
+  }
+}
+
+TEST(SystemResponseEvaluationTest, InterferenceFailureIsReportedAndGivesZero) {
+  std::string sTitle, sText;
+  const ErrorDisplay previous = SetErrorDisplay([&](const std::string& t, const std::string& x) {
+    sTitle = t;
+    sText = x;
+  });
+  Builder b;
+  b.Speaker(0, 10, 2000);
+  b.Pulse(7, 1, 12, 2000);  // loudspeaker 7 does not exist
+  EXPECT_EQ(b.rsp.CalcInterferenceEnergy(11, 1.0, false, false, true, 10.0), 0.0F);
+  SetErrorDisplay(previous);
+  EXPECT_EQ(sTitle, "ERROR in CalcInterferenceEnergy");
+  EXPECT_EQ(sText, "Code91: Object variable or With block variable not set");
+}
+
+// A random response: a few loudspeakers, reflections within ~60 ms after 10 ms, random
+// levels, phases and rays; some pulses inactive or silent.
+CSystemResponse RandomResponse(std::mt19937_64& rng, int32_t nPulses) {
+  std::uniform_real_distribution<float> travel(10.0F, 70.0F);
+  std::uniform_int_distribution<int> level(-500, 9000);
+  std::uniform_int_distribution<int> phase(-31416, 31416);
+  std::uniform_real_distribution<float> ray(-1.0F, 1.0F);
+  Builder b;
+  for (int i = 0; i < 3; ++i) b.Speaker(static_cast<float>(i), 10.0F, 7000);
+  for (int32_t i = 3; i < nPulses; ++i) {
+    const int32_t iPuls = b.Pulse(1 + i % 3, 1, travel(rng), static_cast<int16_t>(level(rng)));
+    const auto puls = b.rsp.Puls(iPuls);
+    for (int32_t band = 1; band <= 21; ++band) {
+      puls->SetPhase(band, static_cast<int16_t>(phase(rng)));
+      puls->SetSPL(band, static_cast<int16_t>(level(rng)));
+    }
+    for (int32_t c = 1; c <= 3; ++c) puls->SetRayX(c, ray(rng));
+    puls->SetIsInactive(i % 11 == 0);
+  }
+  return std::move(b.rsp);
+}
+
+TEST(SystemResponseEvaluationTest, InterferenceIsTheBandAverageOfTheCoherentSum) {
+  std::mt19937_64 rng(7);
+  for (int trial = 0; trial < 6; ++trial) {
+    const CSystemResponse rsp = RandomResponse(rng, 12);
+    const int32_t iTerz1 = 5 + 3 * trial;
+    const double dBandwidth = 1.0 + 0.5 * trial;
+    const double tRef = 10.0, tLimit = 30.0;
+    // |sum p e^{j(phi - w t)}|^2 averaged over w1..w2 by the midpoint rule.
+    const double w1 = 6.28318530717958 * std::pow(2.0, ((iTerz1 - 11) - 0.5 * dBandwidth) / 3);
+    const double w2 = 6.28318530717958 * std::pow(2.0, ((iTerz1 - 11) + 0.5 * dBandwidth) / 3);
+    constexpr int kSamples = 40000;
+    double mean = 0.0;
+    for (int s = 0; s < kSamples; ++s) {
+      const double w = w1 + (w2 - w1) * (s + 0.5) / kSamples;
+      std::complex<double> sum;
+      for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
+        const double t = rsp.GetPulsArrival(i);
+        if (t - tRef > tLimit) continue;
+        const double phi = rsp.Puls(i)->Phase(iTerz1) * 0.0001;
+        sum += std::polar(rsp.Puls(i)->GetPressureForCalc(iTerz1, true), phi - w * t);
+      }
+      mean += std::norm(sum) / kSamples;
+    }
+    const double energy =
+        rsp.CalcInterferenceEnergy(iTerz1, dBandwidth, false, false, true, tRef, tLimit);
+    EXPECT_NEAR(energy, mean, 1e-5 * mean) << "trial " << trial;
+  }
+}
+
+TEST(SystemResponseEvaluationTest, FastInterferenceAndCurveAgreeWithTheLiteralSum) {
+  std::mt19937_64 rng(11);
+  for (int trial = 0; trial < 16; ++trial) {
+    const CSystemResponse rsp = RandomResponse(rng, 40 + 10 * trial);
+    const bool bIsPot = (trial & 1) != 0, bIsKin = (trial & 2) != 0, bPhase = (trial & 4) != 0;
+    const int32_t iTerz1 = 1 + trial;
+    const double dBandwidth = 0.5 * (1 + trial % 3);
+    const double tRef = 10.0 + trial % 2;
+    const std::array<float, 51> curve =
+        rsp.CalcInterferenceEnergyCurve(iTerz1, dBandwidth, bIsPot, bIsKin, bPhase, tRef);
+    // The tolerance is rounding relative to the incoherent energy, which bounds every term.
+    const double scale = testing::ReferenceInterferenceEnergy(rsp, iTerz1, dBandwidth, true, false,
+                                                              false, tRef, 1e9) *
+                         1e-6;
+    for (const double tLimit : {-1.0, 0.0, 0.5, 7.0, 23.0, 50.0, 1e9}) {
+      const double reference = testing::ReferenceInterferenceEnergy(rsp, iTerz1, dBandwidth, bIsPot,
+                                                                    bIsKin, bPhase, tRef, tLimit);
+      EXPECT_NEAR(
+          rsp.CalcInterferenceEnergy(iTerz1, dBandwidth, bIsPot, bIsKin, bPhase, tRef, tLimit),
+          reference, scale)
+          << "trial " << trial << " tLimit " << tLimit;
+    }
+    for (int32_t k = 0; k <= 50; ++k) {
+      EXPECT_NEAR(curve[static_cast<size_t>(k)],
+                  testing::ReferenceInterferenceEnergy(rsp, iTerz1, dBandwidth, bIsPot, bIsKin,
+                                                       bPhase, tRef, k),
+                  scale)
+          << "trial " << trial << " k " << k;
+    }
+  }
+}
+
+}  // namespace
+}  // namespace zyra
