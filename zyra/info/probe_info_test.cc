@@ -13,22 +13,13 @@ using testing::StreamHex;
 using testing::StreamOf;
 
 std::string Zeros(int n) {
-  std::string hex;
-  for (int i = 0; i < n; ++i) hex += "00";
-  return hex;
+  return std::string(2 * static_cast<size_t>(n), '0');
 }
 
 // The characters of `text`, padded with blanks to `width`, as hex.
-std::string Ascii(const std::string& text, size_t width = 0) {
-  static const char* const kDigits = "0123456789abcdef";
-  std::string hex;
-  std::string padded = text;
-  if (padded.size() < width) padded.resize(width, ' ');
-  for (const char c : padded) {
-    hex += kDigits[static_cast<uint8_t>(c) >> 4];
-    hex += kDigits[static_cast<uint8_t>(c) & 15];
-  }
-  return hex;
+std::string Ascii(std::string text, size_t width = 0) {
+  if (text.size() < width) text.resize(width, ' ');
+  return testing::ToHex(std::vector<uint8_t>(text.begin(), text.end()));
 }
 
 // A version-1 block: body length 342 (0x156), marker 330 (0x14a). The flag word holds
@@ -83,13 +74,7 @@ TEST(ProbeInfoTest, VersionOneReadsAndSavesTheSameBytesKeepingFlagBitsWithoutPro
   ASSERT_EQ(probe.ReadFromByteStream(stream, message), 0);
   EXPECT_EQ(message, "");
   EXPECT_EQ(stream.GetPosition(), stream.GetLength());
-  EXPECT_EQ(probe.PrUserName(), "ab");
   EXPECT_EQ(probe.PrBegun(), "2024-01-02");
-  EXPECT_EQ(probe.PrSite(3), 2.0f);
-  EXPECT_EQ(probe.PrNoise(21), -1);
-  EXPECT_EQ(probe.PrMapping(), 6);
-  EXPECT_EQ(probe.PrObstInfos(), 4);
-  EXPECT_EQ(probe.PrRemarks(), "R");
   EXPECT_TRUE(probe.IsLocalRTInfo_b());
   probe.SetIsLocalRTInfo_b(false);
   EXPECT_EQ(probe.flags(), 0x4090);
@@ -120,10 +105,6 @@ TEST(ProbeInfoTest, VersionZeroReadsFixedTextsAndIntegerCounts) {
   EXPECT_EQ(probe.PrBegun(), "1999-12-31");
   EXPECT_EQ(probe.PrTown(), "Town" + std::string(12, ' '));
   EXPECT_EQ(probe.PrLabel(), "Probe 1" + std::string(9, ' '));
-  EXPECT_EQ(probe.PrSite(3), 2.0f);
-  EXPECT_EQ(probe.PrAirTemp(), 20);
-  EXPECT_EQ(probe.PrRTType(), 19);
-  EXPECT_EQ(probe.PrMapping(), 6);
   EXPECT_EQ(probe.flags(), 0x4490);
   EXPECT_EQ(probe.PrLspInfos(), -2);
   EXPECT_EQ(probe.PrObstInfos(), 4);

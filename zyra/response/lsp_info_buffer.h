@@ -19,6 +19,11 @@ class CLspInfoBufferClass {
   int32_t Count() const noexcept { return slots_.Count(); }
   // The reference at iLspInfo; the empty reference outside 0..Count.
   std::shared_ptr<CLspInfoClass> LspInfo(int32_t iLspInfo) const { return slots_.Get(iLspInfo); }
+  // The record at iLspInfo in place; error 91 where LspInfo would give the empty reference.
+  CLspInfoClass& LspInfoRecord(int32_t iLspInfo) const {
+    if (!slots_.InRange(iLspInfo)) RaiseError(kErrObjectNotSet);
+    return slots_.At(iLspInfo);
+  }
   // Stores the reference (no copy); error 9 outside 0..Count.
   void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo) {
     slots_.Set(iLspInfo, std::move(cLspInfo));

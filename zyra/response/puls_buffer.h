@@ -40,6 +40,12 @@ class CPulsBufferClass {
   int32_t Count() const noexcept { return slots_.Count(); }
   // The reference at iPuls; the empty reference outside 0..Count.
   std::shared_ptr<CPulsClass> Puls(int32_t iPuls) const { return slots_.Get(iPuls); }
+  // The pulse at iPuls in place, for loops that must not copy references; error 91 where
+  // Puls would give the empty reference.
+  CPulsClass& PulsRecord(int32_t iPuls) const {
+    if (!slots_.InRange(iPuls)) RaiseError(kErrObjectNotSet);
+    return slots_.At(iPuls);
+  }
   // Stores the reference (no copy); error 9 outside 0..Count.
   void SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls);
   // Appends the reference and returns its index.

@@ -70,7 +70,76 @@ class CSystemResponse {
   // loudspeaker is inactive.
   double GetLspArrival(int32_t iLsp) const;
 
+  // ---- Preparation after reading ----
+  // Brings pulses and loudspeakers into a consistent state, in this order: unused loudspeakers
+  // removed, pseudo flags copied to the loudspeakers, loudspeakers linked to their direct
+  // sounds, bad bundles corrected (bCorrectBadBundles), ID ranges updated, coherence groups and
+  // pseudo pulses rebuilt (unless bIgnoreCoherence), loudspeaker phases added (once), pulses
+  // sorted, pulses of inactive loudspeakers switched off, roles made exclusive. 0, or -1 when
+  // the sort failed or was cancelled (the later steps run all the same). sErrorMessage holds
+  // what the rebuild of the coherence groups reports. An Origin outside 0..Count of the
+  // loudspeakers is error 9; a loudspeaker's PulsNr naming no pulse, where it is used, error 91.
+  int32_t InitResponseDataAfterRead(bool bIgnoreCoherence, bool bCorrectBadBundles,
+                                    std::string& sErrorMessage, BusyIndicator* cBusy);
+  // Every pulse's HorAngle and VerAngle as seen by a receiver looking along the two angles.
+  void CalcImpactAngles(double dHorAngleRad, double dVerAngleRad);
+  // Rebuilds the pseudo pulse of every coherence group (the direct sound of each pseudo
+  // loudspeaker) and of every pseudo reflection from the coherent sum of its members.
+  void ComputePseudoPulses(BusyIndicator* cBusy);
+  // The span between the first and the last arrival of the pulses that count with
+  // interference; 0 without such pulses.
+  double GetResponseTime() const;
+  // Switches the pulses of inactive loudspeakers off (IsLspOff, IsInactive) and back on when
+  // their loudspeaker is active again; pulses inactive for another reason stay off.
+  void SetActiveLspPulses();
+  // Put pulse p into one of the four exclusive roles (error 91 when it does not exist).
+  void SetPulsFlags_Coherence(int32_t p);
+  void SetPulsFlags_Pseudo(int32_t p);
+  void SetPulsFlags_Normal(int32_t p);
+  void SetPulsFlags_Member(int32_t p);
+  // Stable ascending sort by Travel alone (the loudspeaker delays are left out on purpose).
+  void SortPulsesSimple();
+  // Stable ascending sort by arrival (GetPulsArrival; an arrival that is not a number sorts
+  // last), then every loudspeaker is linked to its direct sound anew. Progress goes to cBusy;
+  // a cancel leaves the order unchanged and gives false. bCalculateBroadbandEnergy has no
+  // effect.
+  bool TrainSortPulses(bool bCalculateBroadbandEnergy, BusyIndicator* cBusy);
+
+  // ---- Arrival times ----
+  // Delay of the pulse's loudspeaker plus its Travel; 0 for iPuls <= 0; 16000 when the
+  // loudspeaker is inactive. Origin 0 takes the delay of the template record in slot 0.
+  // Error 91 when the pulse or its loudspeaker record does not exist.
+  double GetPulsArrival(int32_t iPuls) const;
+  // The arrival of loudspeaker iLsp's direct sound; 16000 when it is inactive. Error 91 when
+  // the record or its direct pulse does not exist.
+  double GetLspArrival(int32_t iLsp) const;
+
  private:
+  friend class SystemResponseTestAccess;
+
+  // ---- Preparation steps (InitResponseDataAfterRead) ----
+  // Removes every loudspeaker that no pulse names and lowers the Origins above it; the
+  // records that move down are stored as deep copies. nRemoved: how many were removed.
+  void RemoveUnusedLspInfos(int32_t& nRemoved);
+  void CopyPseudoFlagsToLspInfos();
+  // PulsNr of every loudspeaker := its direct sound (the last one when there are several).
+  void LinkLspInfosToDirectPulses();
+  // Regroups loudspeakers whose direct sound is pseudo or bundle but who have no group, and
+  // hands the reflections of a group's members to its pseudo loudspeaker.
+  void CorrectBadBundles();
+  void RebuildCoherenceGroups(std::string& sErrorMessage);
+  // Sums the member pulses coherently into pulse iTarget, bands 1..21.
+  void ComputePseudoPulseLevels(int32_t iTarget, const std::vector<int32_t>& laMembers);
+  void AddSpeakerPhases(BusyIndicator* cBusy);
+  void NormalizeLspFlags();
+  void NormalizePulsFlags();
+
+  // The loudspeaker record a pulse's Origin names, null for Origin 0; error 9 outside
+  // 0..Count, error 91 for an empty slot.
+  CLspInfoClass* OriginLsp(int32_t lOrigin) const;
+  // GetPulsArrival of a pulse in hand.
+  double PulsArrival(const CPulsClass& cPuls) const;
+
   // ---- Save numbering, shared by both block writers so that their numbers agree ----
   // Element i (0..Count of the loudspeakers) is the number loudspeaker i gets in the saved
   // "LSPK" block: 1, 2, ... for the active ones that are not valid coherence loudspeakers,
