@@ -223,22 +223,4 @@ bool CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
   return true;
 }
 
-// ---- Arrival times ----
-
-double CSystemResponse::GetPulsArrival(int32_t iPuls) const {
-  if (iPuls <= 0) return 0.0;
-  const CPulsClass& cPuls = *Required(Puls(iPuls));
-  const int32_t lOrigin = cPuls.Origin();
-  const CLspInfoClass& cLsp = *Required(LspInfo(lOrigin));
-  if (lOrigin > 0 && !cLsp.IsActive()) return kNeverArrives;
-  return static_cast<double>(cLsp.Delay()) + static_cast<double>(cPuls.Travel());
-}
-
-double CSystemResponse::GetLspArrival(int32_t iLsp) const {
-  const CLspInfoClass& cLsp = *Required(LspInfo(iLsp));
-  if (iLsp > 0 && !cLsp.IsActive()) return kNeverArrives;
-  return static_cast<double>(Required(Puls(cLsp.PulsNr()))->Travel()) +
-         static_cast<double>(cLsp.Delay());
-}
-
 }  // namespace zyra

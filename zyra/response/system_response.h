@@ -64,10 +64,11 @@ class CSystemResponse {
   // arrival, so inactive loudspeakers sort behind the active ones.
   static constexpr double kNeverArrives = 16000.0;
   // 0 for iPuls <= 0; kNeverArrives when the pulse names an inactive loudspeaker. Origin 0
-  // reads the slot-0 record, whose Delay is 0. An empty reference is error 91.
+  // reads the slot-0 record, whose Delay is 0. Error 91 when the pulse or its loudspeaker
+  // record does not exist.
   double GetPulsArrival(int32_t iPuls) const;
   // The arrival of loudspeaker iLsp's direct sound (Puls(PulsNr)); kNeverArrives when the
-  // loudspeaker is inactive.
+  // loudspeaker is inactive. Error 91 when the record or its direct pulse does not exist.
   double GetLspArrival(int32_t iLsp) const;
 
   // ---- Preparation after reading ----
@@ -104,15 +105,6 @@ class CSystemResponse {
   // a cancel leaves the order unchanged and gives false. bCalculateBroadbandEnergy has no
   // effect.
   bool TrainSortPulses(bool bCalculateBroadbandEnergy, BusyIndicator* cBusy);
-
-  // ---- Arrival times ----
-  // Delay of the pulse's loudspeaker plus its Travel; 0 for iPuls <= 0; 16000 when the
-  // loudspeaker is inactive. Origin 0 takes the delay of the template record in slot 0.
-  // Error 91 when the pulse or its loudspeaker record does not exist.
-  double GetPulsArrival(int32_t iPuls) const;
-  // The arrival of loudspeaker iLsp's direct sound; 16000 when it is inactive. Error 91 when
-  // the record or its direct pulse does not exist.
-  double GetLspArrival(int32_t iLsp) const;
 
  private:
   friend class SystemResponseTestAccess;

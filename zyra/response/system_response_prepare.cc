@@ -22,9 +22,6 @@ namespace zyra {
 
 namespace {
 
-// The arrival of a pulse or direct sound whose loudspeaker is switched off: later than any
-// real arrival, so such pulses sort behind all others.
-constexpr double kNeverArrives = 16000.0;
 constexpr char kNoGroupInformation[] = "No Coherence Group Information Available";
 constexpr char kPhaseCaption[] = "Add Phase Info";
 constexpr char kCoherenceCaption[] = "Compute Coherence Info";

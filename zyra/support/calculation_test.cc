@@ -5,6 +5,7 @@
 
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "zyra/support/errors.h"
 
@@ -151,6 +152,14 @@ TEST(CalculationTest, AddPhasesWrapsIntoPlusMinusPi) {
                       {-32768, -32768, -2704},
                       {-20000, -20000, 22832}};
   for (const Row& r : rows) EXPECT_EQ(AddPhases(r.a, r.b), r.expected) << r.a << " " << r.b;
+
+  // Every reachable sum agrees with the plain wrap of the sum, shortcut or not.
+  for (int32_t sum = -65536; sum <= 65534; ++sum) {
+    const auto a = static_cast<int16_t>(sum / 2);
+    const auto b = static_cast<int16_t>(sum - sum / 2);
+    const double wrapped = std::remainder(sum * 0.0001, 2.0 * std::numbers::pi);
+    ASSERT_EQ(AddPhases(a, b), static_cast<int16_t>(std::nearbyint(wrapped * 10000.0))) << sum;
+  }
 }
 
 TEST(CalculationTest, BandAverageCosMatchesTheMeanOverTheSweep) {
