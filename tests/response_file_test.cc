@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "tests/test_support.h"
+#include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 
 #if defined(__SANITIZE_ADDRESS__)
@@ -205,6 +206,36 @@ TEST(ResponseFileTest, SaveWritesTheBlocksInOrderAndCountsOnlyThoseWritten) {
           << c.name << " " << walk.ids[i];
     }
   }
+}
+
+TEST(ResponseFileTest, ReadPreparedAndSavedAgainGivesTheSameBytesTheSecondTime) {
+  TempFolder folder;
+  CProbeRspClass source;
+  FillResponse(source);
+  const std::string kText = source.InfoText()->SourceText();
+  folder.Write("0.rsp", Image(source, "prefix\n"));
+  const auto cycle = [&](const std::string& sIn, const std::string& sOut) {
+    CProbeRspClass rsp;
+    const ReadOutcome outcome = ReadFile(rsp, folder.Path(), sIn);
+    EXPECT_EQ(outcome.result, 0) << sIn;
+    EXPECT_EQ(outcome.message, "") << sIn;
+    EXPECT_EQ(rsp.InfoText()->SourceText(),
+              "zyra test Response File: \n" + folder.Path() + sIn + "\n\nprefix\n" + kText);
+    std::string message;
+    EXPECT_EQ(PrepareResponseAfterRead(rsp, false, true, message, nullptr), 0) << message;
+    EXPECT_EQ(rsp.Rsp()->Pulses()->Count(), 4);
+    EXPECT_EQ(rsp.ObstInfo()->ObstInfo(1)->Label(), "Pillar" + std::string(250, ' '));
+    // The banner and prefix of this cycle come off, so the text does not grow with each one.
+    rsp.InfoText()->SetSourceText(kText);
+    folder.Write(sOut, Image(rsp, "prefix\n"));
+  };
+  cycle("0.rsp", "1.rsp");
+  cycle("1.rsp", "2.rsp");
+  const std::vector<uint8_t> once = folder.Read("1.rsp");
+  // The file header and the eight blocks.
+  EXPECT_EQ(WalkBlocks(once).nHdr, 9);
+  EXPECT_EQ(WalkBlocks(once).ids.size(), 8U);
+  EXPECT_EQ(testing::ToHex(once), testing::ToHex(folder.Read("2.rsp")));
 }
 
 // The first 18 bytes of a file header.
