@@ -380,32 +380,41 @@ std::string CProbeRspClass::SavePrefixText(const std::string& sAppInfoLabel,
   return prefix;
 }
 
+std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
+                                                    const std::string& sFileName,
+                                                    const std::string& sAppInfoLabel,
+                                                    float fPredDelayTime, int32_t nRaysPerLspk,
+                                                    float fCutOffTime) {
+  CProbeInfoClass& probeInfo = *Required(ProbeInfo());
+  probeInfo.SetPrLspInfos(Rsp()->LspInfos()->Count());
+  probeInfo.SetPrObstInfos(ObstInfo()->Count());
+  probeInfo.SetPrPulses(Rsp()->Pulses()->Count());
+  if (probeInfo.IsVexaSpecified_b()) {
+    probeInfo.SetIsVexaSpecified_b(true);
+    probeInfo.SetIsVexaResponse_b(false);
+  }
+
+  if (ETC()->IsPredicted_b()) {
+    CPredictionInfoClass& pred = *Pred();
+    pred.SetRaysPerLspk(nRaysPerLspk);
+    pred.SetDelayTime(fPredDelayTime);
+    pred.SetLength1(fCutOffTime);
+    pred.SetRTType(probeInfo.PrRTType());
+    for (int32_t i = 0; i <= 21; ++i) pred.SetRT60(i, probeInfo.PrRTime(i));
+  }
+
+  ByteStream stream;
+  SaveToByteStream(stream, SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
+  return stream.GetBytes();
+}
+
 int16_t CProbeRspClass::SaveRSPFile(const std::string& sPath, const std::string& sFileName,
                                     const std::string& sAppInfoLabel, float fPredDelayTime,
                                     int32_t nRaysPerLspk, float fCutOffTime) {
   static const std::string kProcedure = "CProbeRspClass.SaveRSPFile";
   try {
-    CProbeInfoClass& probeInfo = *Required(ProbeInfo());
-    probeInfo.SetPrLspInfos(Rsp()->LspInfos()->Count());
-    probeInfo.SetPrObstInfos(ObstInfo()->Count());
-    probeInfo.SetPrPulses(Rsp()->Pulses()->Count());
-    if (probeInfo.IsVexaSpecified_b()) {
-      probeInfo.SetIsVexaSpecified_b(true);
-      probeInfo.SetIsVexaResponse_b(false);
-    }
-
-    if (ETC()->IsPredicted_b()) {
-      CPredictionInfoClass& pred = *Pred();
-      pred.SetRaysPerLspk(nRaysPerLspk);
-      pred.SetDelayTime(fPredDelayTime);
-      pred.SetLength1(fCutOffTime);
-      pred.SetRTType(probeInfo.PrRTType());
-      for (int32_t i = 0; i <= 21; ++i) pred.SetRT60(i, probeInfo.PrRTime(i));
-    }
-
-    ByteStream stream;
-    SaveToByteStream(stream, SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
-    const std::span<const uint8_t> bytes = stream.Bytes();
+    const std::vector<uint8_t> bytes =
+        BuildSaveImage(sPath, sFileName, sAppInfoLabel, fPredDelayTime, nRaysPerLspk, fCutOffTime);
 
     // Written over the start of the file without truncating it first.
     const std::string sFullName = sPath + sFileName;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <span>
 #include <string>
+#include <vector>
 
 #include "zyra/info/etc_info.h"
 #include "zyra/info/obst_info_buffer.h"
@@ -52,6 +53,13 @@ class CProbeRspClass {
   int16_t SaveRSPFile(const std::string& sPath, const std::string& sFileName,
                       const std::string& sAppInfoLabel, float fPredDelayTime, int32_t nRaysPerLspk,
                       float fCutOffTime);
+  // The image SaveRSPFile writes, without writing it: the probe and prediction infos updated
+  // as SaveRSPFile does, then the whole file with the prefix naming sPath and sFileName. For
+  // hosts that write files their own way (atomically, to a temporary renamed over the
+  // target). Run-time errors propagate.
+  std::vector<uint8_t> BuildSaveImage(const std::string& sPath, const std::string& sFileName,
+                                      const std::string& sAppInfoLabel, float fPredDelayTime,
+                                      int32_t nRaysPerLspk, float fCutOffTime);
   // Appends the file image at the stream's position: the file header, then "TEXT" (with the
   // prefix in front of the text), "PROB", "LSPK" (when it has records), "OBST", "TAIL",
   // "PRED" (when it describes a prediction), "SLRT" (when the probe info says so), and
