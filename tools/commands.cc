@@ -13,11 +13,6 @@
 namespace zyra::tool {
 namespace {
 
-int NotAvailable(const char* command) {
-  std::cerr << "zyra-rsp " << command << ": not available yet\n";
-  return kExitFailure;
-}
-
 std::string SystemError(const std::string& what, const std::string& sName, int error) {
   return what + " " + sName + ": " + std::strerror(error);
 }
@@ -52,28 +47,6 @@ bool WriteAll(int fd, std::span<const uint8_t> bytes) {
 
 std::string AppVersionString() {
   return std::string("zyra-rsp ") + ZYRA_VERSION;
-}
-
-int RunInfo(const InfoOptions&) {
-  return NotAvailable("info");
-}
-int RunDump(const DumpOptions&) {
-  return NotAvailable("dump");
-}
-int RunEval(const EvalOptions&) {
-  return NotAvailable("eval");
-}
-int RunConvert(const ConvertOptions&) {
-  return NotAvailable("convert");
-}
-int RunDemo(const DemoOptions&) {
-  return NotAvailable("demo");
-}
-int RunPlot(const PlotOptions&) {
-  return NotAvailable("plot");
-}
-int RunSynth(const SynthOptions&) {
-  return NotAvailable("synth");
 }
 
 SplitPath SplitFilePath(const std::string& sFilePath) {

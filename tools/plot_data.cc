@@ -57,7 +57,8 @@ EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& eval
       etc.IsWithTail_b() ? 0.0 : HallEnergy(etc.Absorp(iBand), etc.Power(iBand), rt, etc.Volume());
   if (eHall > 0.0 && rt > 0.0) {
     const double tStart = evaluation.bWithReflections ? r.tDiff() : r.tHall();
-    const double tStop = std::max(tEnd, tStart + 1000.0 * rt / 3.0);  // 20 dB of decay
+    // To the last arrival, and at least 200 ms of the decay, so that the early part keeps room.
+    const double tStop = std::max(tEnd, r.tHall() + 200.0);
     for (double t = tStart; t < tStop; t += kTailStepMs) {
       const double e = eHall * DecayFraction(t, t + kTailStepMs, r.tHall(), rt);
       if (e > 0.0) plot.arrivals.push_back({t, LevelOf(e), ArrivalKind::kTail});

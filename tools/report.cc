@@ -146,8 +146,8 @@ std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation
   out << "Loudspeakers:\n";
   for (int32_t i = 1; i <= rsp.LspInfos()->Count(); ++i) {
     const CLspInfoClass& lsp = *Required(rsp.LspInfo(i));
-    const char* role = lsp.IsPseudo() ? "coherent group" : (lsp.IsMember() ? "  member" : "");
-    out << "  " << i << "  " << Latin1ToUtf8(lsp.Label()) << "  " << role
+    const char* role = lsp.IsPseudo() ? "  (coherent group)" : (lsp.IsMember() ? "  (member)" : "");
+    out << "  " << i << "  " << Latin1ToUtf8(lsp.Label()) << role
         << (lsp.Delay() != 0.0f ? "  delay " + Format("%.1f", lsp.Delay()) + " ms" : "")
         << "  direct sound " << Format("%.1f", rsp.Puls(lsp.PulsNr())->SPL(11) / 100.0)
         << " dB at 1 kHz\n";

@@ -65,7 +65,8 @@ std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& sFilePath,
 ReadOutcome ReadResponseFile(CProbeRspClass& cFile, const std::string& sFilePath,
                              BusyIndicator* cBusy, Logger* cReadLogger);
 
-// The preparation after reading: coherence kept, bad bundles corrected where found.
+// The preparation after reading: coherence kept, bad bundles corrected where found (and both
+// recorded in the probe info); a run-time error is kept, not thrown.
 InitOutcome PrepareResponse(CProbeRspClass& cFile, BusyIndicator* cBusy);
 
 // The Alcons settings of an evaluation.

@@ -1,0 +1,21 @@
+#include "tools/save_image.h"
+
+#include "tools/commands.h"
+#include "zyra/support/byte_stream.h"
+
+namespace zyra::tool {
+
+std::vector<uint8_t> SaveImage(CProbeRspClass& cFile, const std::string& sOutPath,
+                               const ReadOutcome& read) {
+  const SplitPath split = SplitFilePath(sOutPath);
+  return cFile.BuildSaveImage(split.sPath, split.sFile, AppVersionString(),
+                              cFile.Pred()->DelayTime(), read.nRaysPerLspk, read.fCutOffTime);
+}
+
+std::vector<uint8_t> ReproducibleImage(CProbeRspClass& cFile) {
+  ByteStream stream;
+  cFile.SaveToByteStream(stream);
+  return stream.GetBytes();
+}
+
+}  // namespace zyra::tool
