@@ -1,13 +1,20 @@
 #include "tools/etc_plot.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
+#include <fstream>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
 #include <gtest/gtest.h>
+
+#include "tools/commands.h"
 
 namespace zyra::tool {
 namespace {
@@ -189,6 +196,37 @@ TEST(EtcSvgTest, EmptyBandStillDrawsAxes) {
   EXPECT_TRUE(Contains(texts, "no arrivals in this band"));
   EXPECT_FALSE(Contains(texts, "tSplit"));
   EXPECT_EQ(Count(elements, "circle"), 0);
+}
+
+// The plot command on the demo hall: a picture that parses, with its axes and one dot for
+// each of the four direct sounds that count (two main boxes, the fill and the array's pseudo
+// sound, into which its members are summed).
+TEST(PlotCommandTest, DemoReflectogramIsValidSvg) {
+  namespace fs = std::filesystem;
+  const fs::path dir = fs::temp_directory_path() / ("zyra-plot-" + std::to_string(getpid()));
+  DemoOptions demo;
+  demo.sOutDir = dir;
+  ASSERT_EQ(RunDemo(demo), kExitSuccess);
+  for (const int32_t band : {11, 8, 3}) {
+    PlotOptions plot;
+    plot.sFile = dir / "demo-hall.rsp";
+    plot.sOut = dir / "band.svg";
+    plot.iBand = band;
+    ASSERT_EQ(RunPlot(plot), kExitSuccess);
+    std::ifstream in(plot.sOut);
+    std::stringstream svg;
+    svg << in.rdbuf();
+    std::vector<Element> elements;
+    ASSERT_NO_THROW(elements = XmlReader(svg.str()).Read()) << band;
+    const std::vector<std::string> texts = Texts(elements, "");
+    EXPECT_TRUE(Contains(texts, "Time [ms]"));
+    EXPECT_TRUE(Contains(texts, "Level [dB]"));
+    EXPECT_TRUE(Contains(texts, "tSplit = 30 ms"));
+    EXPECT_EQ(Count(elements, "circle"), 4) << band;
+    // The 1 ms bins exist for the three Alcons bands only.
+    EXPECT_EQ(Contains(texts, "1 ms bins"), band != 3) << band;
+  }
+  fs::remove_all(dir);
 }
 
 }  // namespace
