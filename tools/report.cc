@@ -138,7 +138,7 @@ std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation
   const CETCInfoClass& etc = *cFile.ETC();
   out << "Demo hall: " << Latin1ToUtf8(Trimmed(probe.PrRoom()))
       << ", V = " << Format("%.0f", etc.Volume()) << " m3, S = " << Format("%.0f", etc.Surface())
-      << " m2, T30(1 kHz) = " << Format("%.2f", etc.RTime(11)) << " s\n";
+      << " m2, RT(1 kHz) = " << Format("%.2f", etc.RTime(11)) << " s\n";
   out << "Receiver \"" << Latin1ToUtf8(Trimmed(probe.PrLabel())) << "\" at ("
       << Format("%.1f", probe.PrSite(1)) << ", " << Format("%.1f", probe.PrSite(2)) << ", "
       << Format("%.1f", probe.PrSite(3)) << ") m\n";
