@@ -18,6 +18,7 @@
 // Response file container
 #include "zyra/rsp/file_header.h"
 #include "zyra/rsp/local_rt_info.h"
+#include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 #include "zyra/rsp/rsp_block_header.h"
 #include "zyra/rsp/rsp_info_text.h"

@@ -1,15 +1,34 @@
 #include "zyra/info/obst_info.h"
 
-#include "zyra/support/record_fields.h"
-
 namespace zyra {
+
+std::string CObstInfoClass::Label() const {
+  std::string text = labelHead_;
+  text.resize(kLabelLength, labelFill_);
+  return text;
+}
+
+void CObstInfoClass::SetLabel(const std::string& value) {
+  StoreLabel(value.substr(0, kLabelLength), ' ');
+}
+
+void CObstInfoClass::StoreLabel(std::string text, char fill) {
+  // A full-width label keeps its own last character as the fill, so Label gives back the
+  // very bytes; only the trailing run of the fill is left out.
+  if (text.size() == kLabelLength) fill = text.back();
+  const size_t end = text.find_last_not_of(fill);
+  text.resize(end == std::string::npos ? 0 : end + 1);
+  text.shrink_to_fit();
+  labelHead_ = std::move(text);
+  labelFill_ = fill;
+}
 
 void CObstInfoClass::SaveToByteStream(ByteStream& cByteStream) const {
   cByteStream.WriteInt32(0);  // record length, patched once the rest is written
   const int32_t afterLength = cByteStream.GetPosition();
   cByteStream.WriteInt32(kFixedLength);
-  FieldWriter writer(cByteStream);
-  Layout(*this, writer);
+  cByteStream.WriteInt16(item_);
+  cByteStream.WriteString(Label());
   const int32_t end = cByteStream.GetPosition();
   cByteStream.SetPosition(afterLength - 4);
   cByteStream.WriteInt32(end - afterLength);
@@ -21,14 +40,14 @@ int32_t CObstInfoClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVer
     const int16_t item = cByteStream.ReadInt16();
     const std::string label = cByteStream.ReadFixedString(kLabelLengthVersion0);
     item_ = item;
-    label_.Set(label);  // padded with blanks to the full width
+    SetLabel(label);  // padded with blanks to the full width
   } else if (iVersion == 1) {
     cByteStream.ReadInt32();  // record length: the fixed length says all that is needed
     if (cByteStream.ReadInt32() != kFixedLength) return -1;
-    CObstInfoClass next;
-    FieldReader reader(cByteStream);
-    Layout(next, reader);
-    *this = std::move(next);
+    const int16_t item = cByteStream.ReadInt16();
+    std::string label = cByteStream.ReadFixedString(static_cast<int32_t>(kLabelLength));
+    item_ = item;
+    StoreLabel(std::move(label), '\0');
   }
   return 0;
 }

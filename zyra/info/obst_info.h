@@ -29,8 +29,8 @@ class CObstInfoClass {
   std::shared_ptr<CObstInfoClass> CopyDeep() const;
 
   // All 256 characters; a let cuts a longer label and pads a shorter one with blanks.
-  const std::string& Label() const noexcept { return label_.Get(); }
-  void SetLabel(const std::string& value) { label_.Set(value); }
+  std::string Label() const;
+  void SetLabel(const std::string& value);
   int16_t Item() const noexcept { return item_; }
   void SetItem(int16_t value) noexcept { item_ = value; }
 
@@ -38,15 +38,15 @@ class CObstInfoClass {
   static constexpr int32_t kFixedLength = 258;
   static constexpr int32_t kLabelLengthVersion0 = 16;
 
-  // The part of a version-1 record that its fixed length counts.
-  template <class Self, class Fields>
-  static void Layout(Self& r, Fields& f) {
-    f(r.item_);
-    f(r.label_);
-  }
+  // Keeps the label at its full width without holding the width in memory: the characters
+  // up to the last one that is not the fill, and the fill that stands for the rest. Obstacle
+  // lists of old files hold 18 bytes per entry; a 256-byte label each would make a list many
+  // times larger than the file it came from.
+  void StoreLabel(std::string text, char fill);
 
+  std::string labelHead_;
   int16_t item_ = 0;
-  FixedText<kLabelLength> label_;
+  char labelFill_ = '\0';  // a new record: 256 zero bytes
 };
 
 }  // namespace zyra

@@ -45,9 +45,12 @@ int32_t CObstInfoBufferClass::ReadInfoBlockFromByteStream(ByteStream& cByteStrea
     return -1;
   }
   // Judge the count before sizing the list for it. Records of an unknown version read
-  // nothing, so they are taken as one byte each here to keep the list bounded by the stream.
+  // nothing; they are taken to be at least as long as the shortest record there is, so that
+  // the list stays a small multiple of the stream it came from.
   const int32_t nInfo = header.nInfo();
-  const int32_t recordBytes = std::max(CObstInfoClass::GetRecordBytes(version), 1);
+  const int32_t recordBytes = CObstInfoClass::GetRecordBytes(version) > 0
+                                  ? CObstInfoClass::GetRecordBytes(version)
+                                  : CObstInfoClass::GetRecordBytes(0);
   if (nInfo < 0 || nInfo > cByteStream.Remaining() / recordBytes) RaiseError(kErrPastEnd);
   SetCount(nInfo);
   for (int32_t i = 1; i <= nInfo; ++i) {

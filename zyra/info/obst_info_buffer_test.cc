@@ -84,8 +84,11 @@ TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
        "", 5},
       {"unknown version, huge nInfo", "4f425354 0e00 0700 0e000000 ffffff7f 00000000 00", 0,
        kErrPastEnd, "", 5},
-      {"unknown version reads empty entries", "4f425354 0e00 0700 0e000000 02000000 00000000 0000",
-       0, 0, "", 2},
+      {"unknown version reads empty entries",
+       "4f425354 0e00 0700 0e000000 02000000 00000000" + std::string(72, '0'), 0, 0, "", 2},
+      {"unknown version counted as 18 bytes a record",
+       "4f425354 0e00 0700 0e000000 02000000 00000000" + std::string(70, '0'), 0, kErrPastEnd, "",
+       5},
   };
   for (const Case& c : cases) {
     ByteStream stream = StreamOf(c.hex);

@@ -13,12 +13,14 @@ struct ErrorText {
   const char* description;
 };
 
-constexpr std::array<ErrorText, 6> kErrorTable{{
+constexpr std::array<ErrorText, 8> kErrorTable{{
     {kErrInvalidCall, "Invalid procedure call or argument"},
     {kErrOverflow, "Overflow"},
+    {kErrOutOfMemory, "Out of memory"},
     {kErrSubscript, "Subscript out of range"},
     {kErrDivisionByZero, "Division by zero"},
     {kErrPastEnd, "Input past end of file"},
+    {kErrPathFileAccess, "Path/File access error"},
     {kErrObjectNotSet, "Object variable or With block variable not set"},
 }};
 

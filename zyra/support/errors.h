@@ -12,9 +12,11 @@ namespace zyra {
 // The run-time error numbers in use; their descriptions live in one table (errors.cc).
 inline constexpr int32_t kErrInvalidCall = 5;
 inline constexpr int32_t kErrOverflow = 6;
+inline constexpr int32_t kErrOutOfMemory = 7;
 inline constexpr int32_t kErrSubscript = 9;
 inline constexpr int32_t kErrDivisionByZero = 11;
 inline constexpr int32_t kErrPastEnd = 62;
+inline constexpr int32_t kErrPathFileAccess = 75;
 inline constexpr int32_t kErrObjectNotSet = 91;
 
 // The description of a run-time error number; the empty text for a number without one.

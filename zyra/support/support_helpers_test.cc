@@ -19,9 +19,11 @@ TEST(ErrorsTest, EveryNumberHasItsDescriptionAndReportsNameTheProcedure) {
   const std::pair<int32_t, const char*> table[] = {
       {5, "Invalid procedure call or argument"},
       {6, "Overflow"},
+      {7, "Out of memory"},
       {9, "Subscript out of range"},
       {11, "Division by zero"},
       {62, "Input past end of file"},
+      {75, "Path/File access error"},
       {91, "Object variable or With block variable not set"},
   };
   for (const auto& [number, description] : table) {
