@@ -1,5 +1,7 @@
 #include "zyra/info/obst_info.h"
 
+#include "zyra/support/record_fields.h"
+
 namespace zyra {
 
 std::string CObstInfoClass::Label() const {
