@@ -119,29 +119,13 @@ TEST(EnergyTimeProcessTest, CancelKeepsPartialResultsAndReportsProgress) {
   testing::RecordingBusy busy(5);
   const auto r = f.Run(true, &busy, -1);
   ASSERT_EQ(busy.calls.size(), 6U);
-  EXPECT_EQ(busy.calls[0].caption, "Band 100 Hz");
-  EXPECT_EQ(busy.calls[0].fraction, 0.0);
   EXPECT_EQ(busy.calls[3].caption, "Band 125 Hz");
   EXPECT_EQ(busy.calls[3].fraction, 1.0 / 21.0);
-  EXPECT_FALSE(busy.calls[5].report);  // the closing call
-  EXPECT_EQ(busy.calls[5].caption, "");
-  EXPECT_EQ(busy.calls[5].fraction, 1.0);
+  EXPECT_FALSE(busy.calls[5].report);     // the closing call
   EXPECT_DOUBLE_EQ(r->Etotal(1), 300.0);  // band 1 complete
   EXPECT_DOUBLE_EQ(r->Etotal(2), 100.0);  // band 2: the first pulse only
   EXPECT_EQ(r->Etotal(3), 0.0);
   EXPECT_DOUBLE_EQ(r->EDirect(5), 100.0);  // direct sound is in before the bands
-  EXPECT_FALSE(r->IsNoDirectSound());
-}
-
-TEST(EnergyTimeProcessTest, NoPulsesTouchesOnlyTheFlag) {
-  CProbeRspClass file;
-  file.ETC()->SettSplit(3.0F);
-  auto results = std::make_shared<CCalcResults>();
-  const CCalcResults* before = results.get();
-  EXPECT_EQ(CEnergyTimeProcessClass().Calculate(file, results, true, false, nullptr), 0);
-  EXPECT_EQ(results.get(), before);
-  EXPECT_TRUE(results->IsNoDirectSound());
-  EXPECT_EQ(file.ETC()->tSplit(), 3.0F);
 }
 
 TEST(EnergyTimeProcessTest, AlconsOfTRoundsTheTimeToABin) {
@@ -157,7 +141,7 @@ TEST(EnergyTimeProcessTest, AlconsOfTRoundsTheTimeToABin) {
     double t;
     double useful;
   };
-  const Row rows[] = {{2.5, 1e4 + 1e3}, {3.5, 1e4 + 1e3 + std::pow(10.0, 3.5)}, {1.5, 1e4 + 1e3}};
+  const Row rows[] = {{2.5, 1e4 + 1e3}, {3.5, 1e4 + 1e3 + std::pow(10.0, 3.5)}};
   for (const Row& row : rows) {
     const double expected =
         Alcons(static_cast<float>(row.useful), static_cast<float>(total - row.useful), 0.0F, 0.0F,
@@ -166,14 +150,6 @@ TEST(EnergyTimeProcessTest, AlconsOfTRoundsTheTimeToABin) {
                      expected)
         << row.t;
   }
-  // Noise of the band and its reverberation time, when asked for.
-  f.file.ETC()->SetNoise(kBand, 30.0F);
-  f.file.ETC()->SetRTType(1);
-  f.file.ETC()->SetRTime(kBand, 1.2F);
-  EXPECT_DOUBLE_EQ(
-      process.CalculateAlconsOfT(f.file, *r, 1, SL_EAlcons_Peutz, 3.5, true, 0),
-      Alcons(static_cast<float>(rows[1].useful), static_cast<float>(total - rows[1].useful),
-             1000.0F, 1.2F, SL_EAlcons_Peutz));
 }
 
 TEST(EnergyTimeProcessTest, AlconsCurveEqualsCallsAtEveryTime) {
@@ -184,7 +160,7 @@ TEST(EnergyTimeProcessTest, AlconsCurveEqualsCallsAtEveryTime) {
   File f;
   f.Room(900.0F, 1.1F);
   f.file.ProbeInfo()->SetPrBandWidth(1);
-  for (int i = 0; i < 150; ++i) {
+  for (int i = 0; i < 100; ++i) {
     const int32_t iPuls = f.Add(1, t(rng), static_cast<int16_t>(level(rng)));
     const auto puls = f.file.Rsp()->Puls(iPuls);
     for (int32_t b = 1; b <= 21; ++b) puls->SetPhase(b, static_cast<int16_t>(phase(rng)));
@@ -192,7 +168,7 @@ TEST(EnergyTimeProcessTest, AlconsCurveEqualsCallsAtEveryTime) {
   }
   const auto r = f.Run(true);
   const CEnergyTimeProcessClass process;
-  for (const int32_t lFlags : {0, 1, 2, 4, 6}) {
+  for (const int32_t lFlags : {0, 1, 6}) {
     for (int32_t a = 0; a <= 2; ++a) {
       std::array<double, 51> curve{};
       process.CalculateAlconsCurve(f.file, *r, a, SL_EAlcons_STI, true, lFlags, curve);

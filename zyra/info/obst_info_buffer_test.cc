@@ -74,7 +74,6 @@ TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
        "4f425354 0e00 0100 0e000000 02000000 14020000" + record1 + "06010000 01010000" +
            Blanks(258),
        -1, 0, "Bad ObstInfo Length", 2},
-      {"nInfo 0", "4f425354 0e00 0100 0e000000 00000000 00000000", 0, 0, "", 0},
       {"v0 three records in 36 bytes",
        "4f425354 0e00 0000 0e000000 03000000 12000000" + std::string(72, '2'), 0, kErrPastEnd, "",
        5},
@@ -109,22 +108,6 @@ TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
       EXPECT_EQ(buffer.ObstInfo(1)->Item(), 1);  // entries read before stay
     }
   }
-}
-
-TEST(ObstInfoBufferTest, IndicesOutsideTheListAreEmptyOnGetAndErrorsOnSetAndSwap) {
-  CObstInfoBufferClass buffer;
-  buffer.SetCount(2);
-  EXPECT_EQ(buffer.ObstInfo(-1), nullptr);
-  EXPECT_EQ(buffer.ObstInfo(3), nullptr);
-  const auto entry = std::make_shared<CObstInfoClass>();
-  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetObstInfo(3, entry); }), kErrSubscript);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.Swap(0, 3); }), kErrSubscript);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetCount(-1); }), kErrInvalidCall);
-  buffer.SetObstInfo(2, entry);
-  buffer.Swap(1, 2);
-  buffer.SetCountPreserve(4);
-  EXPECT_EQ(buffer.ObstInfo(1), entry);
-  EXPECT_NE(buffer.ObstInfo(4), nullptr);
 }
 
 TEST(ObstInfoBufferTest, TestBusyReportsEveryHundredStepsAndStopsWhenCancelled) {

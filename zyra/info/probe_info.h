@@ -49,7 +49,7 @@ class CProbeInfoClass {
   const std::string& PrCompany() const noexcept { return prCompany_; }
   void SetPrCompany(const std::string& value) { prCompany_ = value; }
   // Exactly 10 characters; a let cuts or pads with blanks.
-  const std::string& PrBegun() const noexcept { return prBegun_.Get(); }
+  std::string PrBegun() const { return prBegun_.Get(); }
   void SetPrBegun(const std::string& value) { prBegun_.Set(value); }
   const std::string& PrProject() const noexcept { return prProject_; }
   void SetPrProject(const std::string& value) { prProject_ = value; }

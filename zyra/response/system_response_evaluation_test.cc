@@ -70,7 +70,6 @@ TEST(SystemResponseEvaluationTest, CalculateTimesFollowsThePrecedenceRule) {
       {"louder later within the allowance",
        {{0, 10, 6000, true}, {0, 13, 8000, true}},
        {-3, 0, 0, 13, 3}},
-      {"later not loud enough", {{0, 10, 6000, true}, {0, 13, 6400, true}}, {0, 3, 3, 10, 3}},
       // Exactly 50 ms: the level rule with no allowance.
       {"50 ms apart, louder later",
        {{0, 10, 6000, true}, {50, 10, 6001, true}},
@@ -81,9 +80,6 @@ TEST(SystemResponseEvaluationTest, CalculateTimesFollowsThePrecedenceRule) {
        {0, 50.000000953674316, 50.000000953674316, 10, 50.000000953674316}},
       // Beyond 50 ms an earlier loudspeaker without level in any band loses.
       {"silent earlier one", {{0, 10, 0, true}, {0, 70.5F, 10, true}}, {-60.5, 0, 0, 70.5, 60.5}},
-      {"sorted by arrival, not by number",
-       {{0, 20, 6000, true}, {0, 10, 6000, true}},
-       {0, 10, 10, 10, 10}},
       // An inactive loudspeaker never arrives and is not walked for tFirst and tLast; its
       // direct sound (still counted by the record) ends the gap walk.
       {"inactive loudspeaker", {{0, 5, 6000, false}, {0, 10, 6000, true}}, {0, 0, 0, 10, 15990}},
@@ -103,18 +99,6 @@ TEST(SystemResponseEvaluationTest, CalculateTimesFollowsThePrecedenceRule) {
     EXPECT_DOUBLE_EQ(t.tOff, row.expected.tOff);
     EXPECT_DOUBLE_EQ(t.tRef, row.expected.tRef);
     EXPECT_DOUBLE_EQ(t.tGap, row.expected.tGap);
-  }
-}
-
-TEST(SystemResponseEvaluationTest, CalculateTimesWithoutPulsesOrSpeakersLeavesOutputs) {
-  Builder noSpeakers;
-  noSpeakers.Pulse(0, 0, 10, 6000);
-  Builder empty;
-  for (const CSystemResponse* rsp : {&noSpeakers.rsp, &empty.rsp}) {
-    const Times t = TimesOf(*rsp);
-    EXPECT_EQ(t.tFirst, -1);
-    EXPECT_EQ(t.tRef, -1);
-    EXPECT_EQ(t.tGap, -1);
   }
 }
 
@@ -138,56 +122,18 @@ TEST(SystemResponseEvaluationTest, DirectSoundSumsCountedDirectPulses) {
   EXPECT_DOUBLE_EQ(tMean, (10 * 100.0 + 14 * 10000.0) / 10100.0 - 10);
 }
 
-TEST(SystemResponseEvaluationTest, DirectSoundWithoutEnergyKeepsTFirstAsMean) {
-  Builder b;
-  b.Speaker(0, 10, 0);
-  std::array<double, 22> daEDirect{};
-  std::array<double, 22> daPressureMax{};
-  double tMean = 0;
-  EXPECT_FALSE(b.rsp.CalculateDirectSound(10, 20, 3.5, false, daEDirect, daPressureMax,
-                                          daEDirect[0], tMean));
-  EXPECT_EQ(tMean, 3.5);
-}
-
-TEST(SystemResponseEvaluationTest, InterferenceClosedForms) {
-  struct Row {
-    bool bIsPot, bIsKin;
-    double expected;  // p = 10 for both pulses; rays (1,0,0) and (0.6,0.8,0)
-  };
-  // One pulse: p^2, halved when exactly one kind is chosen. Two pulses with equal arrivals
-  // and phases: the cross term is F w = F p^2 (times 0.6 for the kinetic ray product).
-  const Row rows[] = {{false, false, 100 + 100 + 2 * 100},
-                      {true, false, 0.5 * 200 + 1 * 100},
-                      {false, true, 0.5 * 200 + 1 * 60},
-                      {true, true, 200 + 2 * 60}};
-  for (const Row& row : rows) {
-    Builder b;
-    b.Speaker(0, 10, 2000);
-    const auto p1 = b.rsp.Puls(1);
-    p1->SetRayX(1, 1.0F);
-    EXPECT_FLOAT_EQ(b.rsp.CalcInterferenceEnergy(11, 1.0, row.bIsPot, row.bIsKin, true, 10.0, 5.0),
-                    row.bIsPot != row.bIsKin ? 50.0F : 100.0F);
-    const int32_t i2 = b.Pulse(1, 1, 10, 2000);
-    b.rsp.Puls(i2)->SetRayX(1, 0.6F);
-    b.rsp.Puls(i2)->SetRayX(2, 0.8F);
-    EXPECT_NEAR(b.rsp.CalcInterferenceEnergy(11, 1.0, row.bIsPot, row.bIsKin, true, 10.0),
-                row.expected, 1e-4);
-  }
-}
-
 TEST(SystemResponseEvaluationTest, InterferenceFailureIsReportedAndGivesZero) {
-  std::string sTitle, sText;
-  const ErrorDisplay previous = SetErrorDisplay([&](const std::string& t, const std::string& x) {
-    sTitle = t;
-    sText = x;
-  });
+  std::string sShown;
+  const ErrorDisplay previous =
+      SetErrorDisplay([&](const std::string& t, const std::string& x) { sShown = t + "|" + x; });
   Builder b;
   b.Speaker(0, 10, 2000);
   b.Pulse(7, 1, 12, 2000);  // loudspeaker 7 does not exist
   EXPECT_EQ(b.rsp.CalcInterferenceEnergy(11, 1.0, false, false, true, 10.0), 0.0F);
   SetErrorDisplay(previous);
-  EXPECT_EQ(sTitle, "ERROR in CalcInterferenceEnergy");
-  EXPECT_EQ(sText, "Code91: Object variable or With block variable not set");
+  EXPECT_EQ(
+      sShown,
+      "ERROR in CalcInterferenceEnergy|Code91: Object variable or With block variable not set");
 }
 
 // A random response: a few loudspeakers, reflections within ~60 ms after 10 ms, random

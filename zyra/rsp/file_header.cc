@@ -5,7 +5,9 @@
 
 namespace zyra {
 
-std::string ResponseFileMagic() { return std::string("ZYRA\x03\x00", 6); }
+std::string ResponseFileMagic() {
+  return std::string("ZYRA\x03\x00", 6);
+}
 
 void CFileHeaderClass::ReadFromByteStream(ByteStream& cByteStream, Logger* cReadLogger) {
   FieldReader reader(cByteStream);
@@ -20,7 +22,7 @@ void CFileHeaderClass::SaveToByteStream(ByteStream& cByteStream) const {
 
 void CFileHeaderClass::PrintToLogger(Logger& cLogger) const {
   // The magic shows its four letters and the codes of its two trailing bytes.
-  const std::string& magic = zyra_.Get();
+  const std::string magic = zyra_.Get();
   cLogger.PrintValue("XMyFileHeader.ZYRA ",
                      magic.substr(0, 4) + '\t' + std::to_string(static_cast<uint8_t>(magic[4])) +
                          '\t' + std::to_string(static_cast<uint8_t>(magic[5])));

@@ -35,10 +35,11 @@ bool IsKnownBlockID(const std::string& sIDfx) {
   return false;
 }
 
-// The whole file as bytes; empty when it does not exist or holds nothing.
-std::vector<uint8_t> LoadFileBytes(const std::string& sFileName) {
-  std::error_code status;
-  if (!std::filesystem::exists(sFileName, status)) return {};
+// The whole file folder + name as bytes; empty when it does not exist (a folder is no file)
+// or holds nothing.
+std::vector<uint8_t> LoadFileBytes(const std::string& sPath, const std::string& sFile) {
+  if (!FileExists(sPath, sFile)) return {};
+  const std::string sFileName = sPath + sFile;
   std::ifstream file(sFileName, std::ios::binary);
   if (!file) throw std::runtime_error("cannot open the file");
   file.seekg(0, std::ios::end);
@@ -114,7 +115,7 @@ int32_t CProbeRspClass::ReadRSPFile(const std::string& sPath, const std::string&
   return GuardedRead(sFile, sErrorMessage, [&] {
     EmptyModel(cBusy);  // also when the file cannot be loaded
     ByteStream stream;
-    stream.LoadFromBytes(LoadFileBytes(sPath + sFile));
+    stream.LoadFromBytes(LoadFileBytes(sPath, sFile));
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });

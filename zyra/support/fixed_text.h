@@ -2,6 +2,8 @@
 #ifndef ZYRA_SUPPORT_FIXED_TEXT_H_
 #define ZYRA_SUPPORT_FIXED_TEXT_H_
 
+#include <algorithm>
+#include <array>
 #include <cstddef>
 #include <string>
 
@@ -18,21 +20,26 @@ class FixedText {
  public:
   static constexpr size_t kWidth = N;
 
-  FixedText() : text_(N, '\0') {}
-  explicit FixedText(const std::string& sText) : text_(FitFixedText(sText, N)) {}
+  FixedText() = default;
+  explicit FixedText(const std::string& sText) { Set(sText); }
 
-  const std::string& Get() const noexcept { return text_; }
-  void Set(const std::string& sText) { text_ = FitFixedText(sText, N); }
-  // Takes exactly N bytes read from a stream, unchanged.
-  void SetRaw(std::string bytes) {
-    bytes.resize(N, '\0');
-    text_ = std::move(bytes);
+  std::string Get() const { return std::string(bytes_.data(), N); }
+  const char* Data() const noexcept { return bytes_.data(); }
+  void Set(const std::string& sText) {
+    const std::string fitted = FitFixedText(sText, N);
+    std::copy(fitted.begin(), fitted.end(), bytes_.begin());
   }
+  // Takes the first N bytes read from a stream (zero bytes where fewer), unchanged.
+  void SetRaw(const char* bytes, size_t count) noexcept {
+    bytes_.fill('\0');
+    std::copy(bytes, bytes + std::min(count, N), bytes_.begin());
+  }
+  void SetRaw(const std::string& bytes) noexcept { SetRaw(bytes.data(), bytes.size()); }
 
   bool operator==(const FixedText&) const = default;
 
  private:
-  std::string text_;
+  std::array<char, N> bytes_{};
 };
 
 }  // namespace zyra

@@ -40,7 +40,7 @@ class SpanFieldReader {
   }
   template <size_t N>
   void operator()(FixedText<N>& text) {
-    text.SetRaw(std::string(reinterpret_cast<const char*>(cursor_), N));
+    text.SetRaw(reinterpret_cast<const char*>(cursor_), N);
     cursor_ += N;
   }
 
@@ -74,7 +74,7 @@ class SpanFieldWriter {
   }
   template <size_t N>
   void operator()(const FixedText<N>& text) noexcept {
-    std::memcpy(cursor_, text.Get().data(), N);
+    std::memcpy(cursor_, text.Data(), N);
     cursor_ += N;
   }
 
