@@ -1,4 +1,5 @@
 # The two commands of a new user; see README.md.
+MAKEFLAGS += --no-print-directory
 .PHONY: demo test build lint format
 
 demo: build
