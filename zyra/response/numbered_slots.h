@@ -42,15 +42,11 @@ class NumberedSlots {
   void Release(int32_t i) noexcept { slots_[static_cast<size_t>(i)].reset(); }
 
   // Makes the array anew with 0..nCount, each slot a new record; error 5 for a negative count.
-  // The new records are made in one block that lives as long as any of them is referred to:
-  // a million single allocations would cost more than reading the records.
   void Refill(int32_t nCount) {
     if (nCount < 0) RaiseError(kErrInvalidCall);
     slots_.clear();  // release the old records before making the new ones
-    const auto n = static_cast<size_t>(nCount) + 1;
-    slots_.resize(n);
-    const std::shared_ptr<T[]> block = std::make_shared<T[]>(n);
-    for (size_t i = 0; i < n; ++i) slots_[i] = std::shared_ptr<T>(block, &block[i]);
+    slots_.resize(static_cast<size_t>(nCount) + 1);
+    for (auto& slot : slots_) slot = std::make_shared<T>();
   }
   // Resizes to 0..nCount keeping the references; every slot without a record afterwards,
   // slot 0 included, gets a new one. Error 5 for a negative count.
