@@ -39,6 +39,12 @@ std::string StreamHex(const ByteStream& stream, int32_t from, int32_t to) {
   return ToHex(bytes.subspan(static_cast<size_t>(from), end - static_cast<size_t>(from)));
 }
 
+std::string HexRun(const std::string& byteHex, int count) {
+  std::string hex;
+  for (int i = 0; i < count; ++i) hex += byteHex;
+  return hex;
+}
+
 ByteStream StreamOf(const std::string& hex) {
   ByteStream stream;
   stream.LoadFromBytes(Hex(hex));

@@ -18,6 +18,8 @@ std::vector<uint8_t> Hex(const std::string& text);
 std::string ToHex(std::span<const uint8_t> bytes);
 // The bytes of a stream from `from` (inclusive) to `to` (exclusive; -1 for the end), as hex.
 std::string StreamHex(const ByteStream& stream, int32_t from = 0, int32_t to = -1);
+// `count` copies of one byte as hex, for long runs in a hex literal: HexRun("20", 3) is "202020".
+std::string HexRun(const std::string& byteHex, int count);
 // A stream loaded with the bytes of a hex literal, position 0.
 ByteStream StreamOf(const std::string& hex);
 // The number of the RuntimeError the call raises; 0 when it raises none.

@@ -11,10 +11,6 @@ using testing::StreamHex;
 using testing::StreamOf;
 using E = CETCInfoClass;
 
-std::string Zeros(int n) {
-  return std::string(2 * static_cast<size_t>(n), '0');
-}
-
 // One value per field, each with the bytes it must take at its offset in the body.
 struct Field {
   int32_t offset;
@@ -102,7 +98,7 @@ TEST(ETCInfoTest, WrongVersionOrLengthFailsBehindTheHeaderWithValuesUnchanged) {
       {"5441494c 0e00 0000 0e000000 01000000 23020000", "Bad ETC Length"},
   };
   for (const auto& [header, expected] : cases) {
-    ByteStream stream = StreamOf(header + Zeros(548));
+    ByteStream stream = StreamOf(header + testing::HexRun("00", 548));
     E etc = Sample();
     std::string message;
     EXPECT_EQ(etc.ReadFromByteStream(stream, message), -1);
@@ -111,7 +107,8 @@ TEST(ETCInfoTest, WrongVersionOrLengthFailsBehindTheHeaderWithValuesUnchanged) {
     EXPECT_EQ(etc.MaxSPL(), 2.5f);
   }
   // A body one byte short fails in the stream, also without touching the values.
-  ByteStream shortBody = StreamOf("5441494c 0e00 0000 0e000000 01000000 24020000" + Zeros(547));
+  ByteStream shortBody =
+      StreamOf("5441494c 0e00 0000 0e000000 01000000 24020000" + testing::HexRun("00", 547));
   E etc = Sample();
   std::string message;
   EXPECT_THROW(etc.ReadFromByteStream(shortBody, message), RuntimeError);

@@ -13,13 +13,6 @@ using testing::RecordingBusy;
 using testing::StreamHex;
 using testing::StreamOf;
 
-// `n` blanks as hex.
-std::string Blanks(int n) {
-  std::string hex;
-  for (int i = 0; i < n; ++i) hex += "20";
-  return hex;
-}
-
 TEST(ObstInfoBufferTest, SavesTheHeaderAlsoForAnEmptyListAndPatchesTheLength) {
   CObstInfoBufferClass empty;
   ByteStream stream;
@@ -39,7 +32,7 @@ TEST(ObstInfoBufferTest, SavesTheHeaderAlsoForAnEmptyListAndPatchesTheLength) {
   EXPECT_EQ(StreamHex(written, 4, 4 + 20 + 266),
             StreamHex(StreamOf("4f425354 0e00 0100 0e000000 02000000 14020000"
                                "06010000 02010000 0100 41" +
-                               Blanks(255))));
+                               testing::HexRun("20", 255))));
 
   written.SetPosition(4);
   CObstInfoBufferClass back;
@@ -57,7 +50,7 @@ TEST(ObstInfoBufferTest, SavesTheHeaderAlsoForAnEmptyListAndPatchesTheLength) {
 }
 
 TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
-  const std::string record1 = "06010000 02010000 0100 41" + Blanks(255);
+  const std::string record1 = "06010000 02010000 0100 41" + testing::HexRun("20", 255);
   struct Case {
     std::string name, hex;
     int32_t result;  // when no error is raised
@@ -72,7 +65,7 @@ TEST(ObstInfoBufferTest, ReadJudgesLengthsAndCountsBeforeSizingTheList) {
        "Bad ObstInfo30 Length", 5},
       {"v1 second record refused",
        "4f425354 0e00 0100 0e000000 02000000 14020000" + record1 + "06010000 01010000" +
-           Blanks(258),
+           testing::HexRun("20", 258),
        -1, 0, "Bad ObstInfo Length", 2},
       {"v0 three records in 36 bytes",
        "4f425354 0e00 0000 0e000000 03000000 12000000" + std::string(72, '2'), 0, kErrPastEnd, "",

@@ -10,13 +10,6 @@ namespace {
 using testing::StreamHex;
 using testing::StreamOf;
 
-// `n` blanks as hex.
-std::string Blanks(int n) {
-  std::string hex;
-  for (int i = 0; i < n; ++i) hex += "20";
-  return hex;
-}
-
 TEST(ObstInfoTest, LabelIsCutOrPaddedToTwoHundredFiftySix) {
   const std::pair<std::string, std::string> rows[] = {
       {"abc", "abc" + std::string(253, ' ')},
@@ -37,7 +30,7 @@ TEST(ObstInfoTest, SavesA266ByteRecordThatReadsBack) {
   ByteStream stream;
   info.SaveToByteStream(stream);
   EXPECT_EQ(StreamHex(stream),
-            StreamHex(StreamOf("06010000 02010000 fdff 57616c6c" + Blanks(252))));
+            StreamHex(StreamOf("06010000 02010000 fdff 57616c6c" + testing::HexRun("20", 252))));
 
   stream.SetPosition(0);
   CObstInfoClass back;

@@ -11,10 +11,6 @@ using testing::StreamHex;
 using testing::StreamOf;
 using P = CPredictionInfoClass;
 
-std::string Zeros(int n) {
-  return std::string(2 * static_cast<size_t>(n), '0');
-}
-
 // One value per field, each with the bytes it must take at its offset in the body.
 struct Field {
   int32_t offset;
@@ -60,7 +56,7 @@ TEST(PredictionInfoTest, SaveWritesTheHeaderEveryFieldAtItsOffsetAndAZeroReserve
     EXPECT_EQ(StreamHex(stream, at, at + (static_cast<int32_t>(expected.size()) + 1) / 3), expected)
         << "body offset " << field.offset;
   }
-  EXPECT_EQ(StreamHex(stream, 20 + 586), StreamHex(StreamOf(Zeros(254))));
+  EXPECT_EQ(StreamHex(stream, 20 + 586), StreamHex(StreamOf(testing::HexRun("00", 254))));
 }
 
 TEST(PredictionInfoTest, ReadDropsTheReservedBytesAndSavesThemAsZeros) {
@@ -87,7 +83,7 @@ TEST(PredictionInfoTest, AnyVersionButThreeOrAnyOtherLengthIsABadLength) {
       "50524544 0e00 0300 0e000000 01000000 47030000",  // version 3, 839 bytes
   };
   for (const std::string& header : headers) {
-    ByteStream stream = StreamOf(header + Zeros(840));
+    ByteStream stream = StreamOf(header + testing::HexRun("00", 840));
     P pred = Sample();
     std::string message;
     EXPECT_EQ(pred.ReadFromByteStream(stream, message), -1) << header;

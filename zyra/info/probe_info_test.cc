@@ -12,10 +12,6 @@ namespace {
 using testing::StreamHex;
 using testing::StreamOf;
 
-std::string Zeros(int n) {
-  return std::string(2 * static_cast<size_t>(n), '0');
-}
-
 // The characters of `text`, padded with blanks to `width`, as hex.
 std::string Ascii(std::string text, size_t width = 0) {
   if (text.size() < width) text.resize(width, ' ');
@@ -34,13 +30,13 @@ std::string Version1(const std::string& flags = "00040000") {
          "00000000 00000000 00000000"            // PrProject, PrRoom, PrTown
          "0000803f 0500"                         // PrUnit 1, PrTarget 5
          "01000000 4c"                           // PrLabel "L"
-         + Zeros(12) + "00000040"                // PrSite(3) 2
+         + testing::HexRun("00", 12) + "00000040"                // PrSite(3) 2
          + "ffff 0000"                           // PrHorAngle -1, PrVerAngle
-         + Zeros(8) + "0000 1400"                // PrVolume, PrSurface, PrHumidity, PrAirTemp 20
-         + Zeros(42) + "ffff"                    // PrNoise(21) -1
-         + "0000c03f" + Zeros(84)                // PrRTime(0) 1.5
-         + "1300" + Zeros(88)                    // PrRTType 19, PrAbsorp
-         + "0100" + Zeros(8) + "0600"            // PrTerzBand 1 .. PrMapping 6
+         + testing::HexRun("00", 8) + "0000 1400"                // PrVolume, PrSurface, PrHumidity, PrAirTemp 20
+         + testing::HexRun("00", 42) + "ffff"                    // PrNoise(21) -1
+         + "0000c03f" + testing::HexRun("00", 84)                // PrRTime(0) 1.5
+         + "1300" + testing::HexRun("00", 88)                    // PrRTType 19, PrAbsorp
+         + "0100" + testing::HexRun("00", 8) + "0600"            // PrTerzBand 1 .. PrMapping 6
          + flags + "0100 0000"                   // flag word, PrAlconsForm 1, PrAlconsFreq
          + "03000000 04000000 05000000"          // PrLspInfos, PrObstInfos, PrPulses
          + "01000000 52";                        // PrRemarks "R"
@@ -79,10 +75,12 @@ TEST(ProbeInfoTest, VersionOneReadsAndSavesTheSameBytesKeepingFlagBitsWithoutPro
 TEST(ProbeInfoTest, VersionZeroReadsFixedTextsAndIntegerCounts) {
   const std::string body =
       Ascii("Alice", 32) + Ascii("Acme", 32) + Ascii("1999-12-31") + Ascii("Proj", 16) +
-      Ascii("Hall", 32) + Ascii("Town", 16) + "0000803f 0500" + Ascii("Probe 1", 16) + Zeros(12) +
-      "00000040 ffff 0000" + Zeros(8) + "0000 1400" + Zeros(42) + "ffff 0000c03f" + Zeros(84) +
-      "1300" + Zeros(88) + "0100" + Zeros(8) + "0600 90440000 0100 0000 feff 0400 05000000" +
-      Ascii(std::string(30, 'a')) + Ascii(std::string(30, 'b')) + Ascii(std::string(30, 'c'));
+      Ascii("Hall", 32) + Ascii("Town", 16) + "0000803f 0500" + Ascii("Probe 1", 16) +
+      testing::HexRun("00", 12) + "00000040 ffff 0000" + testing::HexRun("00", 8) + "0000 1400" +
+      testing::HexRun("00", 42) + "ffff 0000c03f" + testing::HexRun("00", 84) + "1300" +
+      testing::HexRun("00", 88) + "0100" + testing::HexRun("00", 8) +
+      "0600 90440000 0100 0000 feff 0400 05000000" + Ascii(std::string(30, 'a')) +
+      Ascii(std::string(30, 'b')) + Ascii(std::string(30, 'c'));
   ByteStream stream = StreamOf("50524f42 0e00 0000 0e000000 01000000 14020000" + body);
   ASSERT_EQ(stream.GetLength(), 20 + 532);
   CProbeInfoClass probe;
@@ -104,10 +102,13 @@ TEST(ProbeInfoTest, WrongLengthOrVersionIsRefusedWithValuesUnchanged) {
     int32_t position;
   };
   const Case cases[] = {
-      {"50524f42 0e00 0000 0e000000 01000000 12020000" + Zeros(532), 20},  // lInfo 530
-      {"50524f42 0e00 0100 0e000000 01000000 56010000 56010000 4b010000" + Zeros(334), 28},
-      {"50524f42 0e00 0200 0e000000 01000000 56010000" + Zeros(342), 20},
-      {"50524f42 0e00 ffff 0e000000 01000000 14020000" + Zeros(532), 20},
+      {"50524f42 0e00 0000 0e000000 01000000 12020000" + testing::HexRun("00", 532),
+       20},  // lInfo 530
+      {"50524f42 0e00 0100 0e000000 01000000 56010000 56010000 4b010000" +
+           testing::HexRun("00", 334),
+       28},
+      {"50524f42 0e00 0200 0e000000 01000000 56010000" + testing::HexRun("00", 342), 20},
+      {"50524f42 0e00 ffff 0e000000 01000000 14020000" + testing::HexRun("00", 532), 20},
   };
   for (const Case& c : cases) {
     ByteStream stream = StreamOf(c.hex);

@@ -10,10 +10,6 @@ namespace {
 using testing::StreamHex;
 using testing::StreamOf;
 
-std::string Zeros(int n) {
-  return std::string(2 * static_cast<size_t>(n), '0');
-}
-
 TEST(LocalRTInfoTest, SavesA108ByteBlockAndReadsItBack) {
   CLocalRTInfoClass info;
   info.SetLocalRTime(0, 1.0f);
@@ -22,7 +18,8 @@ TEST(LocalRTInfoTest, SavesA108ByteBlockAndReadsItBack) {
   ByteStream stream;
   info.SaveToByteStream(stream);
   const std::string expected = "534c5254 0e00 0000 00000000 15000000 04000000" +
-                               std::string("0000803f") + "000080bf" + Zeros(76) + "00002040";
+                               std::string("0000803f") + "000080bf" + testing::HexRun("00", 76) +
+                               "00002040";
   EXPECT_EQ(StreamHex(stream), StreamHex(StreamOf(expected)));
 
   stream.SetPosition(0);
@@ -40,13 +37,15 @@ TEST(LocalRTInfoTest, SavesA108ByteBlockAndReadsItBack) {
 
 TEST(LocalRTInfoTest, HeaderIsNotJudgedButAShortBodyFailsAndKeepsTheValues) {
   // Version 7 and nInfo 3 are not consulted: 22 values are read all the same.
-  ByteStream any = StreamOf("534c5254 0e00 0700 00000000 03000000 04000000 0000803f" + Zeros(84));
+  ByteStream any = StreamOf("534c5254 0e00 0700 00000000 03000000 04000000 0000803f" +
+                            testing::HexRun("00", 84));
   CLocalRTInfoClass info;
   std::string message;
   EXPECT_EQ(info.ReadFromByteStream(any, message), 0);
   EXPECT_EQ(info.LocalRTime(0), 1.0f);
 
-  ByteStream shortBody = StreamOf("534c5254 0e00 0000 00000000 15000000 04000000" + Zeros(84));
+  ByteStream shortBody =
+      StreamOf("534c5254 0e00 0000 00000000 15000000 04000000" + testing::HexRun("00", 84));
   try {
     info.ReadFromByteStream(shortBody, message);
     ADD_FAILURE() << "an 84-byte body was accepted";
