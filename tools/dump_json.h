@@ -18,7 +18,7 @@ Json InitJson(const InitOutcome& init);
 Json ErrorJson(const ErrorInfo& error);
 
 Json FileHeaderJson(const CFileHeaderClass& header);
-Json ProbeInfoJson(const CProbeInfoClass& info);
+Json ProbeInfoJson(const CProbeInfoClass& p);
 Json EtcJson(const CETCInfoClass& etc);
 Json PredJson(const CPredictionInfoClass& pred);
 Json LocalRTJson(const CLocalRTInfoClass& localRT);

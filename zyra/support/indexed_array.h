@@ -19,7 +19,7 @@ class IndexedArray {
  public:
   static constexpr int32_t kLower = Lo;
   static constexpr int32_t kUpper = Hi;
-  static constexpr size_t kSize = static_cast<size_t>(Hi - Lo + 1);
+  static constexpr size_t kSize = static_cast<size_t>(Hi) - static_cast<size_t>(Lo) + 1;
 
   static constexpr bool InRange(int32_t i) noexcept { return i >= Lo && i <= Hi; }
   static size_t Slot(int32_t i) {
