@@ -352,7 +352,7 @@ TEST(SystemResponsePrepare, FastStepsMatchTheLiteralScans) {
 
 // ---- Hand-made responses ----
 
-// Loudspeakers 1..n (labelled L1..), all active, and one pulse per spec.
+// Loudspeakers 1..n (labelled L1..), all active, and one pulse per row.
 struct P {
   int32_t lOrigin, lOrder;
   float fTravel;
@@ -365,12 +365,12 @@ CSystemResponse Make(int32_t nLsp, const std::vector<P>& pulses) {
     r.LspInfo(i)->SetLabel("L" + std::to_string(i));
     r.LspInfo(i)->SetIsActive(true);
   }
-  for (const P& spec : pulses) {
+  for (const P& row : pulses) {
     auto puls = std::make_shared<CPulsClass>();
-    puls->SetOrigin(spec.lOrigin);
-    puls->SetROrder(spec.lOrder);
-    puls->SetTravel(spec.fTravel);
-    SetFlags(*puls, spec.flags);
+    puls->SetOrigin(row.lOrigin);
+    puls->SetROrder(row.lOrder);
+    puls->SetTravel(row.fTravel);
+    SetFlags(*puls, row.flags);
     r.Pulses()->AddPuls(std::move(puls));
   }
   return r;
