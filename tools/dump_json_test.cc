@@ -11,13 +11,13 @@
 namespace zyra::tool {
 namespace {
 
-std::vector<std::string> Keys(const Json& object) {
-  std::vector<std::string> keys;
+using Keylist = std::vector<std::string>;
+
+Keylist Keys(const Json& object) {
+  Keylist keys;
   for (const auto& item : object.items()) keys.push_back(item.key());
   return keys;
 }
-
-using Keylist = std::vector<std::string>;
 
 TEST(DumpJsonTest, SectionsCarryExactlyTheDocumentedKeys) {
   CProbeRspClass file;
@@ -25,49 +25,39 @@ TEST(DumpJsonTest, SectionsCarryExactlyTheDocumentedKeys) {
   const InitOutcome init{0, "", std::nullopt};
   const Json dump = DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, &init);
   const struct {
-    const char* section;
+    Json section;
     Keylist keys;
   } rows[] = {
-      {"",
+      {dump,
        {"read", "init", "file_header", "info_text", "probe_info", "etc", "pred", "local_rt",
         "obstacles", "loudspeakers", "pulses", "pulse_buffer"}},
-      {"read", {"result", "message", "nRaysPerLspk", "fCutOffTime"}},
-      {"init", {"result", "message"}},
-      {"file_header", {"ZYRA", "nHdr", "lHdr", "IDfx", "Vrsn", "Flgs", "nRcd", "lRcd", "addr"}},
-      {"info_text", {"SourceText"}},
-      {"local_rt", {"LocalRTime"}},
-      {"pulse_buffer",
+      {dump["read"], {"result", "message", "nRaysPerLspk", "fCutOffTime"}},
+      {dump["init"], {"result", "message"}},
+      {dump["file_header"],
+       {"ZYRA", "nHdr", "lHdr", "IDfx", "Vrsn", "Flgs", "nRcd", "lRcd", "addr"}},
+      {dump["pulse_buffer"],
        {"MaxOrder", "MinID", "MaxID", "MinPseudoID", "MaxPseudoID", "MaxSPL", "DataOrigin",
         "SpeakerPhaseWasAdded"}},
+      {dump["loudspeakers"][0],
+       {"Label", "CharLabel", "CoherenceGroup", "Site", "HorAngle", "VerAngle", "RotAngle", "Flags",
+        "SPL1m", "Dirty", "PhaseFlags", "Phase", "Delay", "PulsNr"}},
+      {dump["pulses"][0],
+       {"Origin", "SPL", "Travel", "HorAngle", "VerAngle", "ROrder", "Multiple", "Linie", "Farbe",
+        "RayX", "ID", "Flags", "Phase", "ID_Pseudo"}},
+      {dump["obstacles"][0], {"Item", "Label"}},
   };
-  for (const auto& row : rows) {
-    const Json& section = *row.section == 0 ? dump : dump.at(row.section);
-    EXPECT_EQ(Keys(section), row.keys) << row.section;
-  }
-  EXPECT_EQ(
-      Keys(dump["loudspeakers"][0]),
-      (Keylist{"Label", "CharLabel", "CoherenceGroup", "Site", "HorAngle", "VerAngle", "RotAngle",
-               "Flags", "SPL1m", "Dirty", "PhaseFlags", "Phase", "Delay", "PulsNr"}));
-  EXPECT_EQ(Keys(dump["pulses"][0]),
-            (Keylist{"Origin", "SPL", "Travel", "HorAngle", "VerAngle", "ROrder", "Multiple",
-                     "Linie", "Farbe", "RayX", "ID", "Flags", "Phase", "ID_Pseudo"}));
-  EXPECT_EQ(Keys(dump["obstacles"][0]), (Keylist{"Item", "Label"}));
-  EXPECT_EQ(dump["obstacles"].size(), 2u);
-  EXPECT_EQ(dump["probe_info"].back(), dump["probe_info"]["flags"]);
+  for (const auto& row : rows) EXPECT_EQ(Keys(row.section), row.keys);
   EXPECT_EQ(Keys(dump["probe_info"]).size(), 48u);  // 32 fields, 15 Booleans, flags
   EXPECT_EQ(Keys(dump["etc"]).size(), 29u);
   EXPECT_EQ(Keys(dump["pred"]).size(), 21u);
   // Band arrays from index 0; the loudspeakers' Phase holds bands 1 ... 21.
   EXPECT_EQ(dump["pulses"][0]["SPL"].size(), 22u);
   EXPECT_EQ(dump["loudspeakers"][0]["Phase"].size(), 21u);
-  EXPECT_EQ(dump["loudspeakers"][0]["Site"].size(), 3u);
-  EXPECT_EQ(dump["probe_info"]["PrSite"].size(), 4u);
   // Latin-1 texts arrive as UTF-8.
   EXPECT_EQ(dump["probe_info"]["PrRoom"],
             "Konzertsaal, Gro\xC3\x9F"
             "er Saal");
-  const Json raw = DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, nullptr);
-  EXPECT_TRUE(raw["init"].is_null());
+  EXPECT_TRUE(DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, nullptr)["init"].is_null());
 }
 
 TEST(DumpJsonTest, PulseFieldsInTheirFileForms) {
@@ -75,14 +65,13 @@ TEST(DumpJsonTest, PulseFieldsInTheirFileForms) {
   puls.SetTravel(0.1f);
   puls.SetLinie(0, 0, 1.0f);
   puls.SetLinie(1, 0, 2.0f);
-  puls.SetLinie(0, 1, 3.0f);
   puls.SetLinie(1, 1, std::nanf(""));
   puls.SetRayX(3, -INFINITY);
   puls.SetIsPseudo(true);
   puls.SetIsBundle(true);
   const Json json = PulsJson(puls);
   EXPECT_EQ(json["Travel"].dump(), "0.1");
-  EXPECT_EQ(json["Linie"].dump(), R"([1.0,2.0,3.0,"NaN"])");
+  EXPECT_EQ(json["Linie"].dump(), R"([1.0,2.0,0.0,"NaN"])");
   EXPECT_EQ(json["RayX"].dump(), R"([0.0,0.0,"-Infinity"])");
   EXPECT_EQ(json["Flags"], kPulsFlagPseudo | kPulsFlagBundle);
 }
@@ -99,10 +88,6 @@ TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
   EXPECT_EQ(parsed["init"].dump(),
             R"({"error":{"number":9,"description":"Subscript out of range"}})");
   EXPECT_EQ(parsed["read"]["message"], "Warning: \xC3\xA9");
-  CProbeRspClass empty;
-  std::ostringstream none;
-  WriteDumpJson(none, empty, CFileHeaderClass{}, ReadOutcome{}, nullptr);
-  EXPECT_EQ(none.str(), JsonText(DumpJson(empty, CFileHeaderClass{}, ReadOutcome{}, nullptr)));
 }
 
 TEST(EvalJsonTest, LayoutAndDerivedValues) {
@@ -122,16 +107,11 @@ TEST(EvalJsonTest, LayoutAndDerivedValues) {
                                           "tHall", "tSplit", "tDiff"}));
   EXPECT_EQ(Keys(json["bands"]),
             (Keylist{"E7", "E50", "E80", "ESplit", "Etotal", "EDirect", "ETail", "SPLMax"}));
-  EXPECT_EQ(Keys(json["alcons"]), (Keylist{"form", "noise", "interference", "values"}));
-  EXPECT_EQ(json["alcons"]["form"], "sti");
-  EXPECT_EQ(json["alcons"]["values"].size(), 3u);
-  EXPECT_EQ(json["alcons"]["values"][1].size(), 51u);
+  EXPECT_EQ(json["alcons"].dump().substr(0, 48),
+            R"({"form":"sti","noise":true,"interference":6,"val)");
   EXPECT_EQ(json["alcons"]["values"][1][50], 2.5);
-  EXPECT_EQ(json["split"]["ERef"].size(), 4u);
-  EXPECT_EQ(json["split"]["ERef"][3][11], 0.0);
   EXPECT_EQ(json["split"]["ERef"][2][11], 1.0);  // 60 ms: from tSplit to before tDiff
-  EXPECT_EQ(json["Exx"].size(), 51u);
-  EXPECT_EQ(json["Exx"][0].size(), 3u);
+  EXPECT_EQ(json["split"]["ERef"][3][11], 0.0);
   EXPECT_EQ(json["ExxHallSum"][50].size(), 22u);
   // Band 11: E50 = 3 of 4: C50 = 10·log10(3), D50 = 0.75; band 10 has no energy: null.
   EXPECT_DOUBLE_EQ(json["derived"]["C50"][11].get<double>(), 10.0 * std::log10(3.0));
@@ -139,43 +119,12 @@ TEST(EvalJsonTest, LayoutAndDerivedValues) {
   EXPECT_TRUE(json["derived"]["C80"][10].is_null());
 }
 
-TEST(DemoHallTest, CoherentGroupIsLinkedThroughPseudoIdentifiers) {
-  CProbeRspClass file;
-  BuildDemoHall(file);
-  const CSystemResponse& rsp = *file.Rsp();
-  int32_t nMembersLinked = 0;
-  for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
-    const CPulsClass& puls = *rsp.Puls(i);
-    if (!puls.IsBundle()) continue;
-    // Every member pulse names a pseudo pulse of the group's pseudo loudspeaker.
-    bool found = false;
-    for (int32_t j = 1; j <= rsp.Pulses()->Count() && !found; ++j) {
-      const CPulsClass& head = *rsp.Puls(j);
-      found = head.IsPseudo() && head.ID() == puls.ID_Pseudo() &&
-              rsp.LspInfo(head.Origin())->IsPseudo() && head.ROrder() == puls.ROrder();
-    }
-    EXPECT_TRUE(found) << i;
-    ++nMembersLinked;
-  }
-  EXPECT_EQ(nMembersLinked, 3 * 63);  // three boxes, direct sound and 62 images each
-  EXPECT_EQ(rsp.Pulses()->Count(), 7 * 63);
-  EXPECT_EQ(rsp.Pulses()->MaxOrder(), 3);
-}
-
-}  // namespace
-}  // namespace zyra::tool
-
-namespace zyra::tool {
-namespace {
-
 TEST(DemoHallTest, PreparationSumsTheArrayIntoItsPseudoDirectSound) {
   CProbeRspClass file;
   BuildDemoHall(file);
   CSystemResponse& rsp = *file.Rsp();
   std::string sMessage;
   ASSERT_EQ(rsp.InitResponseDataAfterRead(false, false, sMessage, nullptr), 0) << sMessage;
-  EXPECT_EQ(sMessage, "");
-  EXPECT_EQ(rsp.LspInfos()->Count(), 7);
   const CLspInfoClass& pseudo = *rsp.LspInfo(3);
   ASSERT_TRUE(pseudo.IsPseudo());
   // Three boxes 0.7 m apart seen from about 23 m arrive nearly in phase at 100 Hz: the sum
