@@ -12,62 +12,44 @@ using zyra::testing::Hex;
 // "ZYRA" 3 0, nHdr 2, lHdr 20, "RF", version 1, flags 0, nRcd -1, lRcd 150, addr 0.
 const std::string kHeader = "5a5952410300 0200 1400 5246 0100 00000000 ffffffff 96000000 00000000";
 
-struct Row {
-  const char* name;
-  std::string hex;
-  std::vector<std::tuple<int32_t, std::string, int32_t, bool, bool>> blocks;  // offset, id,
-                                                                              // length, known,
-                                                                              // truncated
-  WalkEnd eEnd;
-  int64_t trailing;
-};
+// Each block as "offset id length" with "?" when unknown and "cut" when truncated.
+std::string Blocks(const FileWalk& walk) {
+  std::string text;
+  for (const auto& b : walk.blocks) {
+    text += std::to_string(b.lOffset) + " " + b.header.IDfx() + " " + std::to_string(b.lLength) +
+            (b.bKnown ? "" : " ?") + (b.bTruncated ? " cut" : "") + ";";
+  }
+  return text;
+}
 
 TEST(WalkResponseBytesTest, StepsFromBlockToBlockAsTheReaderDoes) {
-  const std::vector<Row> rows = {
+  const struct {
+    const char* name;
+    std::string hex;
+    std::string blocks;
+    WalkEnd eEnd;
+    int64_t trailing;
+  } rows[] = {
       {"unknown block skipped, last flag ends, trailing bytes counted",
        kHeader + "41424344 1400 0000 04000000 00000000 03000000 78797a" +
            "54455854 1400 0000 05000000 00000000 02000000 6869 ffff",
-       {{30, "ABCD", 3, false, false}, {53, "TEXT", 2, true, false}},
-       WalkEnd::kLastBlock,
-       2},
-      {"negative count has no length",
-       kHeader + "50524f42 1400 0000 00000000 fbffffff 10000000 00",
-       {{30, "PROB", CRspBlockHeaderClass::kBadLength, true, false}},
-       WalkEnd::kBadLength,
-       0},
-      {"file ends inside a block header",
-       kHeader + "50554c53 1400 0000 0000",
-       {},
-       WalkEnd::kShortHeader,
-       0},
-      {"body cut short",
-       kHeader + "50554c53 1400 0100 04000000 00000000 28000000 0102030405",
-       {{30, "PULS", 40, true, true}},
-       WalkEnd::kEndOfFile,
-       0},
-      {"length not below the file's",
-       kHeader + "50554c53 1400 0100 04000000 00000000 37000000 01",
-       {{30, "PULS", 55, true, true}},
-       WalkEnd::kOutOfRange,
-       0},
-      {"header alone", kHeader, {}, WalkEnd::kEndOfFile, 0},
-      {"shorter than a header", kHeader.substr(0, kHeader.size() - 2), {}, WalkEnd::kNoHeader, 0},
+       "30 ABCD 3 ?;53 TEXT 2;", WalkEnd::kLastBlock, 2},
+      {"negative count has no length", kHeader + "50524f42 1400 0000 00000000 fbffffff 10000000 00",
+       "30 PROB " + std::to_string(CRspBlockHeaderClass::kBadLength) + ";", WalkEnd::kBadLength, 0},
+      {"file ends inside a block header", kHeader + "50554c53 1400 0000 0000", "",
+       WalkEnd::kShortHeader, 0},
+      {"body cut short", kHeader + "50554c53 1400 0100 04000000 00000000 28000000 0102030405",
+       "30 PULS 40 cut;", WalkEnd::kEndOfFile, 0},
+      {"length not below the file's", kHeader + "50554c53 1400 0100 04000000 00000000 37000000 01",
+       "30 PULS 55 cut;", WalkEnd::kOutOfRange, 0},
+      {"header alone", kHeader, "", WalkEnd::kEndOfFile, 0},
+      {"shorter than a header", kHeader.substr(0, kHeader.size() - 2), "", WalkEnd::kNoHeader, 0},
   };
-  for (const Row& row : rows) {
-    SCOPED_TRACE(row.name);
-    const std::vector<uint8_t> bytes = Hex(row.hex);
-    const FileWalk walk = WalkResponseBytes(bytes);
-    EXPECT_EQ(walk.eEnd, row.eEnd);
-    EXPECT_EQ(walk.lTrailingBytes, row.trailing);
-    ASSERT_EQ(walk.blocks.size(), row.blocks.size());
-    for (std::size_t i = 0; i < row.blocks.size(); ++i) {
-      const auto& [offset, id, length, known, truncated] = row.blocks[i];
-      EXPECT_EQ(walk.blocks[i].lOffset, offset);
-      EXPECT_EQ(walk.blocks[i].header.IDfx(), id);
-      EXPECT_EQ(walk.blocks[i].lLength, length);
-      EXPECT_EQ(walk.blocks[i].bKnown, known);
-      EXPECT_EQ(walk.blocks[i].bTruncated, truncated);
-    }
+  for (const auto& row : rows) {
+    const FileWalk walk = WalkResponseBytes(Hex(row.hex));
+    EXPECT_EQ(Blocks(walk), row.blocks) << row.name;
+    EXPECT_EQ(walk.eEnd, row.eEnd) << row.name;
+    EXPECT_EQ(walk.lTrailingBytes, row.trailing) << row.name;
   }
 }
 
@@ -78,8 +60,7 @@ TEST(WalkResponseBytesTest, JudgesTheFileHeader) {
   bad.replace(bad.find("5246"), 4, "5846");  // "XF"
   bad.replace(bad.find("0300"), 4, "0301");  // magic ends in 3 1
   const FileWalk walk = WalkResponseBytes(Hex(bad));
-  EXPECT_FALSE(walk.bMagicOk);
-  EXPECT_FALSE(walk.bKindOk);
+  EXPECT_FALSE(walk.bMagicOk || walk.bKindOk);
   EXPECT_TRUE(walk.bVersionOk);
 }
 

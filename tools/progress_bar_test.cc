@@ -9,28 +9,24 @@
 namespace zyra::tool {
 namespace {
 
-TEST(TerminalProgressTest, SilentWhenNotATerminal) {
-  std::ostringstream out;
+TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAtMostOncePerIntervalOnATerminal) {
+  std::ostringstream pipe;
   {
-    TerminalProgress progress(out, false, [] { return 0.0; });
-    EXPECT_EQ(progress.ShowProgress("Reading", 0.5, 0.0), 0);
+    TerminalProgress progress(pipe, false, [] { return 0.0; });
     EXPECT_TRUE(progress.ReportProgress("Sort Pulses", 0.7, "cancelled", 0.0));
     progress.Done();
   }
-  EXPECT_EQ(out.str(), "");
-}
+  EXPECT_EQ(pipe.str(), "");
 
-TEST(TerminalProgressTest, RedrawsAtMostOncePerInterval) {
   std::ostringstream out;
   double now = 10.0;
   TerminalProgress progress(out, true, [&] { return now; });
   std::string last;
-  // (time, fraction, drawn?): the first call draws, then only after a full interval of 0.25 s.
+  // The first call draws, then only after a full interval of 0.25 s.
   const struct {
     double time, fraction;
     bool drawn;
-  } rows[] = {{10.0, 0.0, true},  {10.1, 0.1, false}, {10.249, 0.2, false},
-              {10.25, 0.3, true}, {10.3, 0.4, false}, {11.0, 0.5, true}};
+  } rows[] = {{10.0, 0.0, true}, {10.249, 0.2, false}, {10.25, 0.3, true}, {11.0, 0.5, true}};
   for (const auto& row : rows) {
     now = row.time;
     const std::size_t before = out.str().size();
@@ -41,21 +37,19 @@ TEST(TerminalProgressTest, RedrawsAtMostOncePerInterval) {
   EXPECT_EQ(last, "\r" + TerminalProgress::BarLine("Sort Pulses", 0.5));
   progress.Done();
   const std::string clear = "\r" + std::string(last.size() - 1, ' ') + "\r";
-  EXPECT_EQ(out.str().substr(out.str().size() - clear.size()), clear);
+  EXPECT_TRUE(out.str().ends_with(clear));
 }
 
 TEST(TerminalProgressTest, BarLineClipsTheFraction) {
   const std::string empty = "Test [>" + std::string(29, ' ') + "]   0%";
   const std::string full = "Test [" + std::string(30, '=') + "] 100%";
-  EXPECT_EQ(TerminalProgress::BarLine("Test", 0.0), empty);
-  EXPECT_EQ(TerminalProgress::BarLine("Test", -3.0), empty);
-  EXPECT_EQ(TerminalProgress::BarLine("Test", std::nan("")), empty);
-  EXPECT_EQ(TerminalProgress::BarLine("Test", 1.0), full);
+  for (const double fraction : {0.0, -3.0, std::nan("")}) {
+    EXPECT_EQ(TerminalProgress::BarLine("Test", fraction), empty) << fraction;
+  }
   EXPECT_EQ(TerminalProgress::BarLine("Test", 7.0), full);
   EXPECT_EQ(TerminalProgress::BarLine("Test", 0.5),
             "Test [" + std::string(15, '=') + ">" + std::string(14, ' ') + "]  50%");
-  // A caption with a line break stays on one line.
-  EXPECT_EQ(TerminalProgress::BarLine("a\nb", 0.0).substr(0, 3), "a b");
+  EXPECT_TRUE(TerminalProgress::BarLine("a\nb", 0.0).starts_with("a b"));  // one line
 }
 
 void MarkingHandler(int) {}
@@ -71,12 +65,11 @@ TEST(TerminalProgressTest, CtrlCCancelsAndThePreviousHandlerReturns) {
     TerminalProgress progress(out, true, [] { return 0.0; });
     EXPECT_TRUE(progress.ReportProgress("Sort Pulses", 0.1, "Sorting cancelled", 0.25));
     ASSERT_EQ(std::raise(SIGINT), 0);
-    EXPECT_TRUE(progress.IsCancelled());
     EXPECT_FALSE(progress.ReportProgress("Sort Pulses", 0.2, "Sorting cancelled", 0.25));
     EXPECT_FALSE(progress.ReportProgress("Sort Pulses", 0.3, "Sorting cancelled", 0.25));
     // The bar's line is cleared and the warning printed once.
     const std::string text = out.str();
-    EXPECT_EQ(text.substr(text.size() - 18), "Sorting cancelled\n");
+    EXPECT_TRUE(text.ends_with("Sorting cancelled\n"));
     EXPECT_EQ(text.find("Sorting cancelled"), text.rfind("Sorting cancelled"));
   }
   struct sigaction current {};
