@@ -76,9 +76,6 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
   WriteBytes(dir / "text.rsp", "This is a text file, not a response file at all.\n");
   const std::string demo = Contents(Demo());
   WriteBytes(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
-  std::string wrongKind = demo;
-  wrongKind[10] = 'X';
-  WriteBytes(dir / "wrong-kind.rsp", wrongKind);
   const struct {
     const char* file;
     const char* says;
@@ -87,7 +84,6 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
       {"a-folder.rsp", "is a directory"},
       {"empty.rsp", "is empty"},
       {"text.rsp", "No ZYRA Response File"},
-      {"wrong-kind.rsp", "No Response File"},
       {"truncated.rsp", "Input past end of file"},
   };
   for (const auto& row : rows) {
@@ -107,16 +103,14 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
     EXPECT_FALSE(fs::exists(dir / "out.svg"));
   }
   // dump and eval also answer a failed read in JSON.
-  const RunResult dump = Run({"dump", dir / "text.rsp"});
-  EXPECT_EQ(Json::parse(dump.out).dump(),
+  EXPECT_EQ(Json::parse(Run({"dump", dir / "text.rsp"}).out).dump(),
             R"({"read":{"result":-1,"message":"No ZYRA Response File","nRaysPerLspk":0,)"
             R"("fCutOffTime":0.0}})");
-  const RunResult eval = Run({"eval", dir / "text.rsp", "--json"});
-  EXPECT_EQ(Json::parse(eval.out).dump(),
+  EXPECT_EQ(Json::parse(Run({"eval", dir / "text.rsp", "--json"}).out).dump(),
             R"({"read":{"result":-1,"message":"No ZYRA Response File"}})");
 }
 
-TEST_F(ZyraRspTest, DumpShowsTheModelInItsJsonForms) {
+TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   // A NaN travel time patched into the first pulse record (Travel sits 46 bytes in).
   std::string bytes = Contents(Demo());
   const uint32_t addr = static_cast<uint8_t>(bytes[26]) | static_cast<uint8_t>(bytes[27]) << 8 |
@@ -129,50 +123,30 @@ TEST_F(ZyraRspTest, DumpShowsTheModelInItsJsonForms) {
   const Json dump = Json::parse(raw.out);
   EXPECT_TRUE(dump["init"].is_null());
   EXPECT_EQ(dump["pulses"][0]["Travel"], "NaN");
-  EXPECT_EQ(dump["read"]["result"], 0);
   EXPECT_EQ(dump["file_header"]["ZYRA"], std::string("ZYRA\x03\x00", 6));
-  EXPECT_EQ(dump["file_header"]["IDfx"], "RF");
   EXPECT_EQ(dump["file_header"]["nHdr"], 9);  // the header and eight blocks
-  EXPECT_EQ(dump["probe_info"]["PrRoom"],
-            "Konzertsaal, Gro\xC3\x9F"
-            "er Saal");
   EXPECT_EQ(dump["pulses"].size(), dump["file_header"]["nRcd"].get<int>() + 1);
   EXPECT_NE(raw.err.find("BHd.IDfx PULS"), std::string::npos);  // the read log
+  const Json prepared = Json::parse(Run({"dump", Demo()}).out);
+  EXPECT_EQ(prepared["init"].dump(), R"({"result":0,"message":""})");
+  EXPECT_TRUE(prepared["pulse_buffer"]["SpeakerPhaseWasAdded"].get<bool>());
 
-  const RunResult prepared = Run({"dump", Demo()});
-  ASSERT_EQ(prepared.exit, 0) << prepared.err;
-  const Json init = Json::parse(prepared.out)["init"];
-  EXPECT_EQ(init.dump(), R"({"result":0,"message":""})");
-  EXPECT_TRUE(Json::parse(prepared.out)["pulse_buffer"]["SpeakerPhaseWasAdded"].get<bool>());
-}
-
-TEST_F(ZyraRspTest, EvalJsonAndTable) {
   const RunResult json =
       Run({"eval", Demo(), "--json", "--form", "sti", "--noise", "--interference", "pot,kin"});
   ASSERT_EQ(json.exit, 0) << json.err;
   EXPECT_EQ(json.err, "");  // no progress bar in a pipe
   const Json eval = Json::parse(json.out);
-  EXPECT_EQ(eval["alcons"]["form"], "sti");
-  EXPECT_EQ(eval["alcons"]["noise"], true);
   EXPECT_EQ(eval["alcons"]["interference"], 6);
   EXPECT_EQ(eval["calculate"]["result"], 0);
-  EXPECT_EQ(eval["times"]["tFirst"], 0.0);
   const double c80 = eval["derived"]["C80"][11].get<double>();
-  EXPECT_GT(c80, -10.0);
-  EXPECT_LT(c80, 15.0);
-  const RunResult table = Run({"eval", Demo()});
-  ASSERT_EQ(table.exit, 0) << table.err;
-  EXPECT_NE(table.out.find("   1000 "), std::string::npos);
-  EXPECT_NE(table.out.find("tRef"), std::string::npos);
+  EXPECT_TRUE(c80 > -10.0 && c80 < 15.0) << c80;
+  EXPECT_NE(Run({"eval", Demo()}).out.find("   1000 "), std::string::npos);  // the table
 }
 
 TEST_F(ZyraRspTest, ConvertWritesTheWholeFileOrLeavesTheOldOne) {
   const fs::path out = folder_ / "converted.rsp";
   ASSERT_EQ(Run({"convert", Demo(), out}).exit, 0);
-  const std::string first = Contents(out);
-  // Converting the converted file gives the same pulses and blocks.
-  const RunResult again = Run({"dump", out});
-  EXPECT_EQ(again.exit, 0);
+  EXPECT_EQ(Run({"dump", out}).exit, 0);
   // A write that fails midway (the file-size limit hit) leaves the old file and no temporary.
   WriteBytes(out, "old contents");
   const RunResult failed = Run({"convert", Demo(), out}, "trap '' XFSZ; ulimit -f 8;");
@@ -186,36 +160,26 @@ TEST_F(ZyraRspTest, ConvertWritesTheWholeFileOrLeavesTheOldOne) {
 }
 
 TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
-  const struct {
-    const char* pulses;
-    const char* speakers;
-  } rows[] = {{"10", "1"}, {"10", "10"}, {"200000", "64"}};
-  for (const auto& row : rows) {
-    SCOPED_TRACE(row.pulses);
-    const fs::path a = folder_ / "a.rsp";
-    const fs::path b = folder_ / "b.rsp";
-    const fs::path c = folder_ / "c.rsp";
-    ASSERT_EQ(
-        Run({"synth", "--pulses", row.pulses, "--speakers", row.speakers, "--seed", "7", "-o", a})
-            .exit,
+  const auto synth = [&](const char* pulses, const char* speakers, const char* seed) {
+    const fs::path file = folder_ / (std::string("s") + seed + ".rsp");
+    EXPECT_EQ(
+        Run({"synth", "--pulses", pulses, "--speakers", speakers, "--seed", seed, "-o", file}).exit,
         0);
-    ASSERT_EQ(
-        Run({"synth", "--pulses", row.pulses, "--speakers", row.speakers, "--seed", "7", "-o", b})
-            .exit,
-        0);
-    ASSERT_EQ(
-        Run({"synth", "--pulses", row.pulses, "--speakers", row.speakers, "--seed", "8", "-o", c})
-            .exit,
-        0);
-    EXPECT_EQ(Contents(a), Contents(b));
-    EXPECT_NE(Contents(a), Contents(c));
-    const RunResult dump = Run({"dump", a, "--raw"});
+    return Contents(file);
+  };
+  for (const auto& [pulses, speakers] : {std::pair{"10", "10"}, std::pair{"200000", "64"}}) {
+    SCOPED_TRACE(pulses);
+    const std::string a = synth(pulses, speakers, "7");
+    EXPECT_TRUE(synth(pulses, speakers, "8") != a);
+    EXPECT_EQ(synth(pulses, speakers, "7"), a);
+    const RunResult dump = Run({"dump", folder_ / "s7.rsp", "--raw"});
     ASSERT_EQ(dump.exit, 0) << dump.err;
-    EXPECT_EQ(Json::parse(dump.out)["pulses"].size(), std::stoul(row.pulses));
+    EXPECT_EQ(Json::parse(dump.out)["pulses"].size(), std::stoul(pulses));
   }
-  EXPECT_EQ(Run({"synth", "--pulses", "9", "--speakers", "1", "-o", folder_ / "x.rsp"}).exit, 2);
-  EXPECT_EQ(Run({"synth", "--pulses", "10000001", "--speakers", "1", "-o", folder_ / "x.rsp"}).exit,
-            2);
+  for (const char* pulses : {"9", "10000001"}) {
+    EXPECT_EQ(Run({"synth", "--pulses", pulses, "--speakers", "1", "-o", folder_ / "x.rsp"}).exit,
+              2);
+  }
 }
 
 TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
@@ -227,9 +191,6 @@ TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
   ASSERT_EQ(WEXITSTATUS(status), 0);
   const std::string screen = Contents(log);
   EXPECT_NE(screen.find("Band 100 Hz ["), std::string::npos) << screen;
-  EXPECT_NE(screen.find("%"), std::string::npos);
-  // In a pipe nothing at all.
-  EXPECT_EQ(Run({"eval", Demo()}).err, "");
 }
 
 }  // namespace
