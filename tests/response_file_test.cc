@@ -33,33 +33,28 @@ namespace fs = std::filesystem;
 using testing::Hex;
 
 // A folder of its own for each test, removed afterwards.
-class TempFolder {
- public:
+struct TempFolder {
+  const fs::path path =
+      fs::temp_directory_path() / ("zyra-file-" + std::to_string(::getpid()) + "-" +
+                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
   TempFolder() {
-    const auto* info = ::testing::UnitTest::GetInstance()->current_test_info();
-    path_ = fs::temp_directory_path() /
-            ("zyra-file-" + std::to_string(::getpid()) + "-" + info->name());
-    fs::remove_all(path_);
-    fs::create_directories(path_);
+    fs::remove_all(path);
+    fs::create_directories(path);
   }
   ~TempFolder() {
     std::error_code ignored;
-    fs::remove_all(path_, ignored);
+    fs::remove_all(path, ignored);
   }
   // The folder with its trailing separator, as ReadRSPFile wants sPath.
-  std::string Path() const { return path_.string() + "/"; }
+  std::string Path() const { return path.string() + "/"; }
   void Write(const std::string& sName, const std::vector<uint8_t>& bytes) const {
-    std::ofstream file(path_ / sName, std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
+    std::ofstream(path / sName, std::ios::binary)
+        .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
   }
   std::vector<uint8_t> Read(const std::string& sName) const {
-    std::ifstream file(path_ / sName, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+    std::ifstream file(path / sName, std::ios::binary);
+    return {std::istreambuf_iterator<char>(file), {}};
   }
-
- private:
-  fs::path path_;
 };
 
 struct ReadOutcome {
@@ -96,22 +91,19 @@ void FillResponse(CProbeRspClass& rsp) {
   CSystemResponse& sys = *rsp.Rsp();
   sys.LspInfos()->SetCount(2);
   sys.Pulses()->SetCount(4, nullptr);
-  for (int32_t i = 1; i <= 2; ++i) {
-    CLspInfoClass& lsp = *sys.LspInfo(i);
-    lsp.SetLabel("Lsp" + std::to_string(i));
-    lsp.SetIsActive(true);
-    lsp.SetDelay(1.5F * static_cast<float>(i));
-    for (int32_t iBand = 0; iBand <= 21; ++iBand) lsp.SetSPL1m(iBand, 9000);
-  }
   for (int32_t i = 1; i <= 4; ++i) {
     CPulsClass& puls = *sys.Puls(i);
     puls.SetOrigin((i + 1) / 2);
     puls.SetROrder(i % 2 == 1 ? 0 : 2);
     puls.SetID(i);
     puls.SetTravel(10.0F * static_cast<float>(i));
-    for (int32_t iBand = 0; iBand <= 21; ++iBand) {
-      puls.SetSPL(iBand, static_cast<int16_t>(8000 - 100 * i));
-      puls.SetPhase(iBand, static_cast<int16_t>(100 * iBand));
+    if (i <= 2) sys.LspInfo(i)->SetLabel("Lsp" + std::to_string(i));
+    if (i <= 2) sys.LspInfo(i)->SetIsActive(true);
+    for (int32_t b = 0; b <= 21; ++b) {
+      if (i <= 2) sys.LspInfo(i)->SetSPL1m(b, 9000);
+      puls.SetSPL(b, static_cast<int16_t>(8000 - 100 * i));
+      puls.SetPhase(b, static_cast<int16_t>(100 * b));
+      rsp.LocalRTInfo()->SetLocalRTime(b, 0.05F * static_cast<float>(b));
     }
   }
   rsp.ObstInfo()->SetCount(2);
@@ -120,9 +112,6 @@ void FillResponse(CProbeRspClass& rsp) {
   rsp.ETC()->SetRTType(2);
   rsp.Pred()->SetRaysPerLspk(5000);
   rsp.Pred()->SetLength1(800.0F);
-  for (int32_t iBand = 0; iBand <= 21; ++iBand) {
-    rsp.LocalRTInfo()->SetLocalRTime(iBand, 0.05F * static_cast<float>(iBand));
-  }
 }
 
 struct BlockWalk {
@@ -264,64 +253,47 @@ const std::string kWarning =
 TEST(ResponseFileTest, ReadResultsAndMessagesForEachKindOfFile) {
   const std::string kPastEnd =
       std::string("Error in ReadRSPFile: Input past end of file") + '\0' + "case.rsp";
-  const auto obstacles = [](int32_t n) {
-    return [n](const CProbeRspClass& r) { EXPECT_EQ(r.ObstInfo()->Count(), n); };
-  };
-  const auto none = [](const CProbeRspClass&) {};
   std::vector<uint8_t> vexaV2 = OldGroupedFile(kVexaText);
   vexaV2[12] = 2;
+  const std::vector<uint8_t> kTextHello =
+      Concat({kGoodHeader, Hex("54455854 0e00 0100 02000000 01000000 05000000 68656c6c6f")});
   const struct {
     const char* name;
     std::optional<std::vector<uint8_t>> bytes;  // none: no file at all
     int32_t result;
     std::string message;
-    std::function<void(const CProbeRspClass&)> check;
+    int32_t nObst = -1, iFromFile = -1, iVexa = -1;  // -1: not looked at
+    std::string sTextEnd = "";
   } cases[] = {
-      {"missing file", std::nullopt, 0, "", obstacles(0)},
-      {"empty file", std::vector<uint8_t>{}, 0, "", obstacles(0)},
-      {"magic ending 3 1", FileHeader("5a5952410301", "5246", "0100"), -1, "No ZYRA Response File",
-       none},
-      {"kind other than RF", FileHeader("5a5952410300", "5346", "0100"), -1, "No Response File",
-       none},
-      {"version 3", FileHeader("5a5952410300", "5246", "0300"), -1, "Unknown Version", none},
-      {"file header cut short", Hex("5a595241 0300 0200 1400 5246 0100 00000000"), -1, kPastEnd,
-       none},
+      {"missing file", std::nullopt, 0, "", 0},
+      {"empty file", std::vector<uint8_t>{}, 0, "", 0},
+      {"magic ending 3 1", FileHeader("5a5952410301", "5246", "0100"), -1, "No ZYRA Response File"},
+      {"kind other than RF", FileHeader("5a5952410300", "5346", "0100"), -1, "No Response File"},
+      {"version 3", FileHeader("5a5952410300", "5246", "0300"), -1, "Unknown Version"},
+      {"file header cut short", Hex("5a595241 0300 0200 1400 5246 0100 00000000"), -1, kPastEnd},
       {"block header cut short", Concat({kGoodHeader, Hex("54455854 0e00 0100 0200")}), -1,
-       kPastEnd, none},
+       kPastEnd},
       {"header with nInfo -5 ends the read quietly",
        Concat({kGoodHeader, Hex("50524f42 0e00 0100 00000000 fbffffff 04000000"), kOneObstacle}), 0,
-       "", obstacles(0)},
+       "", 0},
       {"unknown block is skipped",
        Concat({kGoodHeader, Hex("41424344 0e00 0100 04000000 00000000 03000000 010203"),
                kOneObstacle}),
-       0, "", obstacles(1)},
-      {"no PULS block: read to the end",
-       Concat({kGoodHeader, Hex("54455854 0e00 0100 02000000 01000000 05000000 68656c6c6f"),
-               kOneObstacle}),
-       0, "",
-       [](const CProbeRspClass& r) {
-         EXPECT_EQ(r.ObstInfo()->Count(), 1);
-         EXPECT_TRUE(r.InfoText()->SourceText().ends_with("case.rsp\n\nhello"));
-         EXPECT_EQ(r.Rsp()->Pulses()->DataOrigin(), PB_EOrigin_ZYRAFile);
-       }},
-      {"failing block reader ends the read, its message kept",
+       0, "", 1},
+      {"no PULS block: read to the end", Concat({kTextHello, kOneObstacle}), 0, "", 1, 1, -1,
+       "case.rsp\n\nhello"},
+      {"failing block reader ends the read, its message kept, the steps skipped",
        Concat({kGoodHeader, Hex("54455854 0e00 0200 02000000 01000000 00000000"), kOneObstacle}), 0,
-       "Unknown Text Block!",
-       [](const CProbeRspClass& r) {
-         EXPECT_EQ(r.ObstInfo()->Count(), 0);
-         EXPECT_NE(r.Rsp()->Pulses()->DataOrigin(), PB_EOrigin_ZYRAFile);  // steps skipped
-       }},
+       "Unknown Text Block!", 0, 0},
+      // The walk loses its step in the old text, so the obstacle behind it is not found.
       {"old text block 3 bytes short: read as stored, the step keeps its length",
-       Concat({kGoodHeader, Hex(kOldText), ProbeBlock(), kOneObstacle}), 0, "",
-       [](const CProbeRspClass& r) {
-         EXPECT_TRUE(r.InfoText()->SourceText().ends_with("\n\nabcde"));
-         EXPECT_EQ(r.ObstInfo()->Count(), 0);  // the walk lost its step in the text
-       }},
-      {"old grouped file of a Vexa calculation warns", OldGroupedFile(kVexaText), 1, kWarning,
-       [](const CProbeRspClass& r) { EXPECT_TRUE(r.ProbeInfo()->IsVexaResponse_b()); }},
-      {"same file not from Vexa", OldGroupedFile("Vexa Calculation\nLength [ms]: 800"), 0, "",
-       [](const CProbeRspClass& r) { EXPECT_FALSE(r.ProbeInfo()->IsVexaResponse_b()); }},
-      {"same file of version 2", vexaV2, 0, "", none},
+       Concat({kGoodHeader, Hex(kOldText), ProbeBlock(), kOneObstacle}), 0, "", 0, -1, -1,
+       "\n\nabcde"},
+      {"old grouped file of a Vexa calculation warns", OldGroupedFile(kVexaText), 1, kWarning, -1,
+       -1, 1},
+      {"same file not from Vexa", OldGroupedFile("Vexa Calculation\nLength [ms]: 800"), 0, "", -1,
+       -1, 0},
+      {"same file of version 2", vexaV2, 0, ""},
   };
   TempFolder folder;
   for (const auto& c : cases) {
@@ -330,9 +302,15 @@ TEST(ResponseFileTest, ReadResultsAndMessagesForEachKindOfFile) {
     CProbeRspClass rsp;
     rsp.ObstInfo()->SetCount(4);  // every read starts from an empty model
     const ReadOutcome outcome = ReadFile(rsp, folder.Path(), "case.rsp");
-    EXPECT_EQ(outcome.result, c.result) << c.name;
-    EXPECT_EQ(outcome.message, c.message) << c.name;
-    c.check(rsp);
+    SCOPED_TRACE(c.name);
+    EXPECT_EQ(outcome.result, c.result);
+    EXPECT_EQ(outcome.message, c.message);
+    // A column of -1 compares -1 with itself.
+    EXPECT_EQ(c.nObst < 0 ? -1 : rsp.ObstInfo()->Count(), c.nObst);
+    EXPECT_EQ(c.iFromFile < 0 ? -1 : rsp.Rsp()->Pulses()->DataOrigin() == PB_EOrigin_ZYRAFile,
+              c.iFromFile);
+    EXPECT_EQ(c.iVexa < 0 ? -1 : rsp.ProbeInfo()->IsVexaResponse_b(), c.iVexa);
+    EXPECT_TRUE(rsp.InfoText()->SourceText().ends_with(c.sTextEnd));
   }
 }
 

@@ -30,7 +30,6 @@ const Field kFields[] = {
     {292, "07000000", [](P& p) { p.SetPulses0(7); }},
     {300, "00004040", [](P& p) { p.SetLength1(3.0f); }},
     {388, "0000803f", [](P& p) { p.SetLoss1(21, 1.0f); }},
-    {392, "09000000", [](P& p) { p.SetPulses2(9); }},
     {400, "0000003f", [](P& p) { p.SetLoss2(0, 0.5f); }},
     {488, "0a000000", [](P& p) { p.SetMaxDensity(10); }},
     {492, "ffffffff", [](P& p) { p.SetLimited(-1); }},

@@ -98,10 +98,8 @@ TEST(PulsTest, ReadKeepsEveryByteButCopyDeepLeavesReservedAndBitsWithoutProperty
 }
 
 TEST(PulsTest, VersionZeroIsThePrefixUnknownVersionsReadNothingShortStreamsFail) {
-  EXPECT_EQ(CPulsClass::GetLengthInFile(0), 78);
-  EXPECT_EQ(CPulsClass::GetLengthInFile(1), 150);
-  EXPECT_EQ(CPulsClass::GetLengthInFile(2), -1);
-  EXPECT_EQ(CPulsClass::GetLengthInFile(-1), -1);
+  for (const auto& [iVersion, lLength] : {std::pair{0, 78}, {1, 150}, {2, -1}, {-1, -1}})
+    EXPECT_EQ(CPulsClass::GetLengthInFile(iVersion), lLength) << iVersion;
   const std::string zeros = testing::ToHex(std::vector<uint8_t>(150, 0));
   const std::string prefix = StreamHex(StreamOf(MarkedRecordHex()), 0, 78);
   EXPECT_EQ(ReadAndSave(prefix + " 99", 0, 78), prefix + zeros.substr(prefix.size()));
@@ -134,12 +132,12 @@ TEST(PulsTest, ActiveForCalcByFlagsAndMode) {
                         {kPulsFlagBundle | kPulsFlagLspOff, true, true}};
   for (const Case& c : cases) {
     CPulsClass puls;
-    puls.SetIsInactive((c.flags & kPulsFlagInactive) != 0);
-    puls.SetIsPseudo((c.flags & kPulsFlagPseudo) != 0);
-    puls.SetIsMember((c.flags & kPulsFlagMember) != 0);
-    puls.SetIsCoherence((c.flags & kPulsFlagCoherence) != 0);
-    puls.SetIsBundle((c.flags & kPulsFlagBundle) != 0);
-    puls.SetIsLspOff((c.flags & kPulsFlagLspOff) != 0);
+    puls.SetIsInactive(c.flags & kPulsFlagInactive);
+    puls.SetIsPseudo(c.flags & kPulsFlagPseudo);
+    puls.SetIsMember(c.flags & kPulsFlagMember);
+    puls.SetIsCoherence(c.flags & kPulsFlagCoherence);
+    puls.SetIsBundle(c.flags & kPulsFlagBundle);
+    puls.SetIsLspOff(c.flags & kPulsFlagLspOff);
     puls.SetSPL(11, 6000);
     EXPECT_EQ(puls.IsActiveForCalc(true), c.withInterference) << c.flags;
     EXPECT_EQ(puls.IsActiveForCalc(false), c.withoutInterference) << c.flags;
@@ -186,22 +184,15 @@ TEST(PulsTest, RayPointsAgainstTheDirectionOfIncidence) {
 }
 
 TEST(PulsTest, PrintsLabelsInTheirFixedOrder) {
-  CPulsClass puls = MarkedPuls();
   StringLogger logger;
-  puls.PrintToLogger(logger);
-  std::vector<std::string> expected = {
-      "Farbe 287454020", "HorAngle -1",       "ID 168496141",        "ID_Pseudo -2",
-      "IsBundle True",   "IsCoherence False", "IsDirectSound False", "IsInactive True",
-      "IsLspOff True",   "IsMember False",    "IsPseudo False",      "Origin 258"};
-  for (int32_t i = 0; i <= 21; ++i) {
-    expected.push_back("Phase(" + std::to_string(i) + ") " + std::to_string(0x30 + i));
-  }
-  expected.insert(expected.end(), {"RayX(1) 1", "RayX(2) 2", "RayX(3) -2", "ROrder 3"});
-  for (int32_t i = 0; i <= 21; ++i) {
-    expected.push_back("SPL(" + std::to_string(i) + ") " + std::to_string(0x10 + i));
-  }
-  expected.insert(expected.end(), {"Travel 1.5", "VerAngle 2"});
-  EXPECT_EQ(logger.Lines(), expected);
+  MarkedPuls().PrintToLogger(logger);
+  const auto& lines = logger.Lines();
+  ASSERT_EQ(lines.size(), 62u);  // 12 flags and names, 22 phases, 4, 22 levels, 2
+  const std::pair<size_t, const char*> rows[] = {
+      {0, "Farbe 287454020"}, {6, "IsDirectSound False"}, {11, "Origin 258"},
+      {12, "Phase(0) 48"},    {33, "Phase(21) 69"},       {36, "RayX(3) -2"},
+      {37, "ROrder 3"},       {38, "SPL(0) 16"},          {61, "VerAngle 2"}};
+  for (const auto& [index, line] : rows) EXPECT_EQ(lines[index], line) << index;
 }
 
 }  // namespace
