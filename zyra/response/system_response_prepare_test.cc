@@ -434,6 +434,24 @@ TEST(SystemResponsePrepare, RebuildsAGroupFromTheBundlesOfItsPseudoIdentifier) {
     EXPECT_EQ(r.LspInfo(i)->IsMember(), laGroup[i - 1] != 0 && i != 1) << i;
     EXPECT_EQ(r.Puls(i)->IsMember(), laGroup[i - 1] != 0 && i != 1) << i;
   }
+
+  // The pseudo pulse becomes the coherent sum of its two equal, simultaneous members in
+  // bands 1..21 (+6.02 dB, their phase); band 0 is stored only and keeps its own values.
+  for (int32_t b = 0; b <= 21; ++b) {
+    for (const int32_t p : {2, 4}) {
+      r.Puls(p)->SetSPL(b, 6000);
+      r.Puls(p)->SetPhase(b, 1000);
+    }
+  }
+  r.Puls(1)->SetSPL(0, 1234);
+  r.Puls(1)->SetPhase(0, 55);
+  r.ComputePseudoPulses(nullptr);
+  EXPECT_EQ(r.Puls(1)->SPL(0), 1234);
+  EXPECT_EQ(r.Puls(1)->Phase(0), 55);
+  for (int32_t b = 1; b <= 21; ++b) {
+    EXPECT_EQ(r.Puls(1)->SPL(b), 6602) << b;
+    EXPECT_EQ(r.Puls(1)->Phase(b), 1000) << b;
+  }
 }
 
 TEST(SystemResponsePrepare, SpeakerPhasesAreAddedOnceAndNotIntoBandZero) {
