@@ -31,10 +31,8 @@ void CObstInfoClass::SaveToByteStream(ByteStream& cByteStream) const {
   cByteStream.WriteInt32(kFixedLength);
   cByteStream.WriteInt16(item_);
   cByteStream.WriteString(Label());
-  const int32_t end = cByteStream.GetPosition();
-  cByteStream.SetPosition(afterLength - 4);
-  cByteStream.WriteInt32(end - afterLength);
-  cByteStream.SetPosition(end);
+  const int32_t length = cByteStream.GetPosition() - afterLength;
+  WriteAt(cByteStream, afterLength - 4, [&] { cByteStream.WriteInt32(length); });
 }
 
 int32_t CObstInfoClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVersion) {

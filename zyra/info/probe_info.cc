@@ -87,11 +87,8 @@ void CProbeInfoClass::SaveToByteStream(ByteStream& cByteStream) const {
   cByteStream.WriteInt32(GetLengthInFile(1));
   VariableTextFields<FieldWriter> writer(cByteStream);
   Layout(*this, writer);
-  const int32_t bodyEnd = cByteStream.GetPosition();
-  const int32_t bodyLength = bodyEnd - bodyStart;
-  cByteStream.SetPosition(bodyStart);
-  cByteStream.WriteInt32(bodyLength);
-  cByteStream.SetPosition(bodyEnd);
+  const int32_t bodyLength = cByteStream.GetPosition() - bodyStart;
+  WriteAt(cByteStream, bodyStart, [&] { cByteStream.WriteInt32(bodyLength); });
   header.SetlInfo(bodyLength);
   RewriteBlockHeader(cByteStream, headerPosition, header);
 }

@@ -62,10 +62,8 @@ void CLspInfoClass::SaveToByteStream(ByteStream& cByteStream) const {
   writer.Text(charLabel_);
   writer(coherenceGroup_);
   BodyLayout(*this, writer, true);
-  const int32_t lEnd = cByteStream.GetPosition();
-  cByteStream.SetPosition(lCounted - 4);
-  writer(lEnd - lCounted);
-  cByteStream.SetPosition(lEnd);
+  const int32_t lLength = cByteStream.GetPosition() - lCounted;
+  WriteAt(cByteStream, lCounted - 4, [&] { writer(lLength); });
 }
 
 int32_t CLspInfoClass::GetLengthInFile(int32_t iVersion) noexcept {

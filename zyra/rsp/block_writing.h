@@ -27,10 +27,7 @@ inline CRspBlockHeaderClass MakeBlockHeader(const std::string& sIDfx, int16_t lH
 // writers that learn the body length only after writing the body.
 inline void RewriteBlockHeader(ByteStream& cByteStream, int32_t lHeaderPosition,
                                const CRspBlockHeaderClass& header) {
-  const int32_t end = cByteStream.GetPosition();
-  cByteStream.SetPosition(lHeaderPosition);
-  header.SaveToByteStream(cByteStream);
-  cByteStream.SetPosition(end);
+  WriteAt(cByteStream, lHeaderPosition, [&] { header.SaveToByteStream(cByteStream); });
 }
 
 }  // namespace zyra

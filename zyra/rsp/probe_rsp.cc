@@ -361,10 +361,7 @@ int32_t CProbeRspClass::SaveToByteStream(ByteStream& cByteStream,
   fileHeader.Setaddr(lPulsBlockAddr + lLengthOfBlockHeader);
   fileHeader.SetnHdr(nHdr);
 
-  const int32_t lEnd = cByteStream.GetPosition();
-  cByteStream.SetPosition(lStart);
-  fileHeader.SaveToByteStream(cByteStream);
-  cByteStream.SetPosition(lEnd);
+  WriteAt(cByteStream, lStart, [&] { fileHeader.SaveToByteStream(cByteStream); });
   return 0;
 }
 

@@ -83,6 +83,16 @@ class ByteStream {
   int32_t position_ = 0;
 };
 
+// Runs `write` with the stream at the earlier position lPosition and then returns the stream to
+// where it stood: how a writer fills in a length or a header once what follows is written.
+template <class Write>
+void WriteAt(ByteStream& cByteStream, int32_t lPosition, Write&& write) {
+  const int32_t lEnd = cByteStream.GetPosition();
+  cByteStream.SetPosition(lPosition);
+  write();
+  cByteStream.SetPosition(lEnd);
+}
+
 }  // namespace zyra
 
 #endif  // ZYRA_SUPPORT_BYTE_STREAM_H_
