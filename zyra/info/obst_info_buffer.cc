@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <utility>
 
 #include "zyra/rsp/block_writing.h"
 #include "zyra/rsp/rsp_block_header.h"
@@ -18,21 +17,6 @@ std::string Trimmed(const std::string& text) {
 }
 
 }  // namespace
-
-std::shared_ptr<CObstInfoClass> CObstInfoBufferClass::ObstInfo(int32_t iObstInfo) const {
-  if (iObstInfo < 0 || iObstInfo > Count()) return nullptr;
-  return obstInfos_[static_cast<size_t>(iObstInfo)];
-}
-
-void CObstInfoBufferClass::SetObstInfo(int32_t iObstInfo,
-                                       std::shared_ptr<CObstInfoClass> cObstInfo) {
-  obstInfos_[Slot(iObstInfo)] = std::move(cObstInfo);
-}
-
-size_t CObstInfoBufferClass::Slot(int32_t i) const {
-  if (i < 0 || i > Count()) RaiseError(kErrSubscript);
-  return static_cast<size_t>(i);
-}
 
 int32_t CObstInfoBufferClass::ReadInfoBlockFromByteStream(ByteStream& cByteStream,
                                                           std::string& sErrorMessage,
@@ -54,7 +38,7 @@ int32_t CObstInfoBufferClass::ReadInfoBlockFromByteStream(ByteStream& cByteStrea
   if (nInfo < 0 || nInfo > cByteStream.Remaining() / recordBytes) RaiseError(kErrPastEnd);
   SetCount(nInfo);
   for (int32_t i = 1; i <= nInfo; ++i) {
-    if (obstInfos_[static_cast<size_t>(i)]->ReadFromByteStream(cByteStream, version) != 0) {
+    if (slots_.At(i).ReadFromByteStream(cByteStream, version) != 0) {
       sErrorMessage = "Bad ObstInfo Length";
       return -1;
     }
@@ -69,7 +53,7 @@ void CObstInfoBufferClass::PrintToLogger(Logger* cLogger) const {
   cLogger->PrintLine("");
   cLogger->PrintLine("ObstInfos:");
   for (int32_t i = 1; i <= Count(); ++i) {
-    const CObstInfoClass& info = *Required(obstInfos_[static_cast<size_t>(i)]);
+    const CObstInfoClass& info = slots_.At(i);
     const std::string prefix = "ObstInfo(" + std::to_string(i) + ").";
     cLogger->PrintValue(prefix + "Item ", std::to_string(info.Item()));
     cLogger->PrintValue(prefix + "Label ", Trimmed(info.Label()));
@@ -82,30 +66,11 @@ int32_t CObstInfoBufferClass::SaveInfoBlockToByteStream(ByteStream& cByteStream)
   header.SaveToByteStream(cByteStream);
   const int32_t bodyStart = cByteStream.GetPosition();
   for (int32_t i = 1; i <= Count(); ++i) {
-    Required(obstInfos_[static_cast<size_t>(i)])->SaveToByteStream(cByteStream);
+    slots_.At(i).SaveToByteStream(cByteStream);
   }
   header.SetlInfo(cByteStream.GetPosition() - bodyStart);
   RewriteBlockHeader(cByteStream, blockStart, header);
   return cByteStream.GetPosition() - blockStart;
-}
-
-void CObstInfoBufferClass::SetCount(int32_t nObstInfo) {
-  if (nObstInfo < 0) RaiseError(kErrInvalidCall);
-  std::vector<std::shared_ptr<CObstInfoClass>> fresh(static_cast<size_t>(nObstInfo) + 1);
-  for (auto& entry : fresh) entry = std::make_shared<CObstInfoClass>();
-  obstInfos_ = std::move(fresh);
-}
-
-void CObstInfoBufferClass::SetCountPreserve(int32_t nObstInfo) {
-  if (nObstInfo < 0) RaiseError(kErrInvalidCall);
-  obstInfos_.resize(static_cast<size_t>(nObstInfo) + 1);
-  for (auto& entry : obstInfos_) {
-    if (!entry) entry = std::make_shared<CObstInfoClass>();
-  }
-}
-
-void CObstInfoBufferClass::Swap(int32_t iObstInfo, int32_t jObstInfo) {
-  std::swap(obstInfos_[Slot(iObstInfo)], obstInfos_[Slot(jObstInfo)]);
 }
 
 int32_t CObstInfoBufferClass::TestBusy(BusyIndicator* cBusyCls) const {

@@ -7,8 +7,8 @@
 #include <string>
 
 #include "zyra/response/lsp_info.h"
-#include "zyra/response/numbered_slots.h"
 #include "zyra/support/logger.h"
+#include "zyra/support/numbered_slots.h"
 
 namespace zyra {
 

@@ -6,11 +6,11 @@
 #include <memory>
 #include <string>
 
-#include "zyra/response/numbered_slots.h"
 #include "zyra/response/puls.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/indexed_array.h"
 #include "zyra/support/logger.h"
+#include "zyra/support/numbered_slots.h"
 
 namespace zyra {
 

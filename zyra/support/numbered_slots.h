@@ -1,6 +1,6 @@
-// The slot array behind the numbered buffers of records (pulses, loudspeaker infos).
-#ifndef ZYRA_RESPONSE_NUMBERED_SLOTS_H_
-#define ZYRA_RESPONSE_NUMBERED_SLOTS_H_
+// The slot array behind the numbered buffers of records (pulses, loudspeakers, obstacles).
+#ifndef ZYRA_SUPPORT_NUMBERED_SLOTS_H_
+#define ZYRA_SUPPORT_NUMBERED_SLOTS_H_
 
 #include <cstdint>
 #include <memory>
@@ -64,4 +64,4 @@ class NumberedSlots {
 
 }  // namespace zyra
 
-#endif  // ZYRA_RESPONSE_NUMBERED_SLOTS_H_
+#endif  // ZYRA_SUPPORT_NUMBERED_SLOTS_H_
