@@ -7,7 +7,7 @@
 
 #include "tools/json_forms.h"
 #include "tools/response_session.h"
-#include "zyra/rsp/file_header.h"
+#include "zyra/format/file_header.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {

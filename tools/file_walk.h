@@ -9,8 +9,8 @@
 #include <string>
 #include <vector>
 
-#include "zyra/rsp/file_header.h"
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/file_header.h"
+#include "zyra/format/rsp_block_header.h"
 
 namespace zyra::tool {
 

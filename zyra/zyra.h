@@ -16,11 +16,11 @@
 #include "zyra/support/text_form.h"
 
 // Response file container
-#include "zyra/rsp/file_header.h"
-#include "zyra/rsp/local_rt_info.h"
+#include "zyra/format/file_header.h"
+#include "zyra/format/rsp_block_header.h"
 #include "zyra/rsp/host_sequence.h"
+#include "zyra/rsp/local_rt_info.h"
 #include "zyra/rsp/probe_rsp.h"
-#include "zyra/rsp/rsp_block_header.h"
 #include "zyra/rsp/rsp_info_text.h"
 
 // Descriptive info blocks

@@ -1,7 +1,7 @@
 #include "zyra/info/etc_info.h"
 
-#include "zyra/rsp/block_writing.h"
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/block_writing.h"
+#include "zyra/format/rsp_block_header.h"
 #include "zyra/support/print_fields.h"
 #include "zyra/support/record_fields.h"
 #include "zyra/support/text_form.h"

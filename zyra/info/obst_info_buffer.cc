@@ -3,8 +3,8 @@
 #include <algorithm>
 #include <cmath>
 
-#include "zyra/rsp/block_writing.h"
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/block_writing.h"
+#include "zyra/format/rsp_block_header.h"
 #include "zyra/support/errors.h"
 
 namespace zyra {

@@ -5,7 +5,7 @@
 #include <functional>
 
 #include "tests/test_support.h"
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/rsp_block_header.h"
 
 namespace zyra {
 namespace {

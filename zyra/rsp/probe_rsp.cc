@@ -8,7 +8,7 @@
 #include <new>
 #include <vector>
 
-#include "zyra/rsp/file_header.h"
+#include "zyra/format/file_header.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/flags.h"
 #include "zyra/support/text_form.h"

@@ -8,13 +8,13 @@
 #include <string>
 #include <vector>
 
+#include "zyra/format/rsp_block_header.h"
 #include "zyra/info/etc_info.h"
 #include "zyra/info/obst_info_buffer.h"
 #include "zyra/info/prediction_info.h"
 #include "zyra/info/probe_info.h"
 #include "zyra/response/system_response.h"
 #include "zyra/rsp/local_rt_info.h"
-#include "zyra/rsp/rsp_block_header.h"
 #include "zyra/rsp/rsp_info_text.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"

@@ -1,6 +1,6 @@
 // The 20-byte header in front of every block of a response file.
-#ifndef ZYRA_RSP_RSP_BLOCK_HEADER_H_
-#define ZYRA_RSP_RSP_BLOCK_HEADER_H_
+#ifndef ZYRA_FORMAT_RSP_BLOCK_HEADER_H_
+#define ZYRA_FORMAT_RSP_BLOCK_HEADER_H_
 
 #include <cstdint>
 #include <string>
@@ -64,4 +64,4 @@ class CRspBlockHeaderClass {
 
 }  // namespace zyra
 
-#endif  // ZYRA_RSP_RSP_BLOCK_HEADER_H_
+#endif  // ZYRA_FORMAT_RSP_BLOCK_HEADER_H_

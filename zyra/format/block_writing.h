@@ -1,11 +1,11 @@
 // Small steps every block writer takes: fill a header, and patch it once the body is known.
-#ifndef ZYRA_RSP_BLOCK_WRITING_H_
-#define ZYRA_RSP_BLOCK_WRITING_H_
+#ifndef ZYRA_FORMAT_BLOCK_WRITING_H_
+#define ZYRA_FORMAT_BLOCK_WRITING_H_
 
 #include <cstdint>
 #include <string>
 
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/rsp_block_header.h"
 #include "zyra/support/byte_stream.h"
 
 namespace zyra {
@@ -32,4 +32,4 @@ inline void RewriteBlockHeader(ByteStream& cByteStream, int32_t lHeaderPosition,
 
 }  // namespace zyra
 
-#endif  // ZYRA_RSP_BLOCK_WRITING_H_
+#endif  // ZYRA_FORMAT_BLOCK_WRITING_H_

@@ -1,6 +1,6 @@
 // The 30-byte header at the start of every response file.
-#ifndef ZYRA_RSP_FILE_HEADER_H_
-#define ZYRA_RSP_FILE_HEADER_H_
+#ifndef ZYRA_FORMAT_FILE_HEADER_H_
+#define ZYRA_FORMAT_FILE_HEADER_H_
 
 #include <cstdint>
 #include <string>
@@ -71,4 +71,4 @@ std::string ResponseFileMagic();
 
 }  // namespace zyra
 
-#endif  // ZYRA_RSP_FILE_HEADER_H_
+#endif  // ZYRA_FORMAT_FILE_HEADER_H_

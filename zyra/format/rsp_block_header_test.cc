@@ -1,4 +1,4 @@
-#include "zyra/rsp/rsp_block_header.h"
+#include "zyra/format/rsp_block_header.h"
 
 #include <gtest/gtest.h>
 

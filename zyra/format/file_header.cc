@@ -1,4 +1,4 @@
-#include "zyra/rsp/file_header.h"
+#include "zyra/format/file_header.h"
 
 #include "zyra/support/print_fields.h"
 #include "zyra/support/record_fields.h"

@@ -1,4 +1,4 @@
-#include "zyra/rsp/file_header.h"
+#include "zyra/format/file_header.h"
 
 #include <gtest/gtest.h>
 
