@@ -1,17 +1,15 @@
 // Whole response files: block order and counts, the reader's failure modes, hostile files.
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <optional>
 #include <string>
 #include <vector>
 
-#include "tests/test_support.h"
+#include "testing/temp_folder.h"
+#include "testing/test_support.h"
 #include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 
@@ -31,31 +29,7 @@ namespace {
 
 namespace fs = std::filesystem;
 using testing::Hex;
-
-// A folder of its own for each test, removed afterwards.
-struct TempFolder {
-  const fs::path path =
-      fs::temp_directory_path() / ("zyra-file-" + std::to_string(::getpid()) + "-" +
-                                   ::testing::UnitTest::GetInstance()->current_test_info()->name());
-  TempFolder() {
-    fs::remove_all(path);
-    fs::create_directories(path);
-  }
-  ~TempFolder() {
-    std::error_code ignored;
-    fs::remove_all(path, ignored);
-  }
-  // The folder with its trailing separator, as ReadRSPFile wants sPath.
-  std::string Path() const { return path.string() + "/"; }
-  void Write(const std::string& sName, const std::vector<uint8_t>& bytes) const {
-    std::ofstream(path / sName, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()), std::ssize(bytes));
-  }
-  std::vector<uint8_t> Read(const std::string& sName) const {
-    std::ifstream file(path / sName, std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-};
+using testing::TempFolder;
 
 struct ReadOutcome {
   int32_t result;
@@ -76,6 +50,8 @@ std::vector<uint8_t> Image(CProbeRspClass& rsp, const std::string& sPrefix = "")
   rsp.SaveToByteStream(stream, sPrefix);
   return stream.GetBytes();
 }
+
+std::vector<uint8_t> Bytes(const std::string& text) { return {text.begin(), text.end()}; }
 
 std::vector<uint8_t> Concat(std::initializer_list<std::vector<uint8_t>> parts) {
   std::vector<uint8_t> all;
@@ -182,31 +158,31 @@ TEST(ResponseFileTest, ReadPreparedAndSavedAgainGivesTheSameBytesTheSecondTime) 
   CProbeRspClass source;
   FillResponse(source);
   const std::string kText = source.InfoText()->SourceText();
-  folder.Write("0.rsp", Image(source, "prefix\n"));
+  testing::WriteWholeFile(folder / "0.rsp", Image(source, "prefix\n"));
   const auto cycle = [&](const std::string& sIn, const std::string& sOut) {
     CProbeRspClass rsp;
-    const ReadOutcome outcome = ReadFile(rsp, folder.Path(), sIn);
+    const ReadOutcome outcome = ReadFile(rsp, folder.Slashed(), sIn);
     EXPECT_EQ(outcome.result, 0) << sIn;
     EXPECT_EQ(outcome.message, "") << sIn;
     EXPECT_EQ(rsp.InfoText()->SourceText(),
-              "zyra test Response File: \n" + folder.Path() + sIn + "\n\nprefix\n" + kText);
+              "zyra test Response File: \n" + folder.Slashed() + sIn + "\n\nprefix\n" + kText);
     std::string message;
     EXPECT_EQ(PrepareResponseAfterRead(rsp, false, true, message, nullptr), 0) << message;
     EXPECT_EQ(rsp.Rsp()->Pulses()->Count(), 4);
     EXPECT_EQ(rsp.ObstInfo()->ObstInfo(1)->Label(), "Pillar" + std::string(250, ' '));
     // The banner and prefix of this cycle come off, so the text does not grow with each one.
     rsp.InfoText()->SetSourceText(kText);
-    folder.Write(sOut, Image(rsp, "prefix\n"));
+    testing::WriteWholeFile(folder / sOut, Image(rsp, "prefix\n"));
   };
   cycle("0.rsp", "1.rsp");
   cycle("1.rsp", "2.rsp");
-  const std::vector<uint8_t> once = folder.Read("1.rsp");
+  const std::vector<uint8_t> once = Bytes(testing::ReadWholeFile(folder / "1.rsp"));
   EXPECT_EQ(WalkBlocks(once).nHdr, 9);  // the file header and the eight blocks
-  EXPECT_EQ(testing::ToHex(once), testing::ToHex(folder.Read("2.rsp")));
+  EXPECT_EQ(testing::ToHex(once), testing::ToHex(Bytes(testing::ReadWholeFile(folder / "2.rsp"))));
   // Asked for, the local reverberation becomes the probe's (bands 1 ... 21).
   for (const bool bDefault : {false, true}) {
     CProbeRspClass rsp;
-    ASSERT_EQ(ReadFile(rsp, folder.Path(), "1.rsp", bDefault).result, 0);
+    ASSERT_EQ(ReadFile(rsp, folder.Slashed(), "1.rsp", bDefault).result, 0);
     EXPECT_EQ(rsp.ProbeInfo()->PrRTType(), bDefault ? 19 : 3);
     EXPECT_EQ(rsp.ProbeInfo()->PrRTime(21), bDefault ? 0.05F * 21 : 0.0F);
     EXPECT_EQ(rsp.ProbeInfo()->PrRTime(0), 0.0F);
@@ -297,11 +273,11 @@ TEST(ResponseFileTest, ReadResultsAndMessagesForEachKindOfFile) {
   };
   TempFolder folder;
   for (const auto& c : cases) {
-    fs::remove(folder.Path() + "case.rsp");
-    if (c.bytes) folder.Write("case.rsp", *c.bytes);
+    fs::remove(folder.Slashed() + "case.rsp");
+    if (c.bytes) testing::WriteWholeFile(folder / "case.rsp", *c.bytes);
     CProbeRspClass rsp;
     rsp.ObstInfo()->SetCount(4);  // every read starts from an empty model
-    const ReadOutcome outcome = ReadFile(rsp, folder.Path(), "case.rsp");
+    const ReadOutcome outcome = ReadFile(rsp, folder.Slashed(), "case.rsp");
     SCOPED_TRACE(c.name);
     EXPECT_EQ(outcome.result, c.result);
     EXPECT_EQ(outcome.message, c.message);
@@ -337,14 +313,14 @@ TEST(ResponseFileTest, SaveRSPFileWritesThePrefixAndOverwritesWithoutTruncating)
             "A on T\nWriting Response File\nFile: x.rsp" + kRule);
 
   TempFolder folder;
-  folder.Write("x.rsp", std::vector<uint8_t>(100000, 0xee));
+  testing::WriteWholeFile(folder / "x.rsp", std::vector<uint8_t>(100000, 0xee));
   CProbeRspClass rsp;
   FillResponse(rsp);
   rsp.ETC()->SetIsPredicted_b(true);
   rsp.ProbeInfo()->SetPrRTime(4, 1.25F);
-  ASSERT_EQ(rsp.SaveRSPFile(folder.Path(), "x.rsp", "App", 2.5F, 77, 640.0F), -1);
+  ASSERT_EQ(rsp.SaveRSPFile(folder.Slashed(), "x.rsp", "App", 2.5F, 77, 640.0F), -1);
   EXPECT_EQ(rsp.ProbeInfo()->PrPulses(), 4);
-  const std::vector<uint8_t> bytes = folder.Read("x.rsp");
+  const std::vector<uint8_t> bytes = Bytes(testing::ReadWholeFile(folder / "x.rsp"));
   ASSERT_EQ(bytes.size(), 100000U);
   EXPECT_EQ(bytes.back(), 0xee);
 
@@ -352,13 +328,13 @@ TEST(ResponseFileTest, SaveRSPFileWritesThePrefixAndOverwritesWithoutTruncating)
   int32_t nRays = 0;
   float fCutOff = 0;
   std::string message;
-  ASSERT_EQ(back.ReadRSPFile(folder.Path(), "x.rsp", false, "v", nRays, fCutOff, message, nullptr),
+  ASSERT_EQ(back.ReadRSPFile(folder.Slashed(), "x.rsp", false, "v", nRays, fCutOff, message, nullptr),
             0);
   EXPECT_EQ(nRays, 77);
   EXPECT_EQ(fCutOff, 640.0F);
   EXPECT_EQ(back.Pred()->DelayTime(), 2.5F);
   EXPECT_EQ(back.Pred()->RT60(4), 1.25F);
-  EXPECT_NE(back.InfoText()->SourceText().find("\nFolder: " + folder.Path() + kRule +
+  EXPECT_NE(back.InfoText()->SourceText().find("\nFolder: " + folder.Slashed() + kRule +
                                                "Hall, row 12\nseat 4"),
             std::string::npos);
 }

@@ -4,11 +4,12 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <sstream>
+#include <memory>
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
+
+#include "testing/temp_folder.h"
 
 #ifdef ZYRA_RSP_EXE
 
@@ -16,6 +17,8 @@ namespace zyra {
 namespace {
 
 namespace fs = std::filesystem;
+using testing::ReadWholeFile;
+using testing::WriteWholeFile;
 using Json = nlohmann::ordered_json;
 
 struct RunResult {
@@ -30,27 +33,15 @@ std::string Quoted(const std::string& text) {
   return quoted + "'";
 }
 
-std::string Contents(const fs::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  std::ostringstream text;
-  text << in.rdbuf();
-  return text.str();
-}
-
-void WriteBytes(const fs::path& file, const std::string& bytes) {
-  std::ofstream(file, std::ios::binary) << bytes;
-}
-
 class ZyraRspTest : public ::testing::Test {
  protected:
   static void SetUpTestSuite() {
-    std::string pattern = fs::temp_directory_path() / "zyra-rsp-cli-XXXXXX";
-    ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
+    temp_ = std::make_unique<testing::TempFolder>();
+    folder_ = temp_->Path();
     // One demo hall for the tests that need a real response file.
     ASSERT_EQ(Run({"demo", "--out", folder_}).exit, 0);
   }
-  static void TearDownTestSuite() { fs::remove_all(folder_); }
+  static void TearDownTestSuite() { temp_.reset(); }
 
   // Runs the tool with its output captured (standard error is no terminal); `prefix` goes
   // in front of the command in the shell.
@@ -61,21 +52,23 @@ class ZyraRspTest : public ::testing::Test {
     const fs::path err = folder_ / "stderr.txt";
     command += " >" + Quoted(out) + " 2>" + Quoted(err) + " </dev/null";
     const int status = std::system(("/bin/bash -c " + Quoted(command)).c_str());
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, Contents(out), Contents(err)};
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(out), ReadWholeFile(err)};
   }
   static std::string Demo() { return folder_ / "demo-hall.rsp"; }
+  static std::unique_ptr<testing::TempFolder> temp_;
   static fs::path folder_;
 };
 
+std::unique_ptr<testing::TempFolder> ZyraRspTest::temp_;
 fs::path ZyraRspTest::folder_;
 
 TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
   const fs::path dir = folder_ / "inputs";
   fs::create_directories(dir / "a-folder.rsp");
-  WriteBytes(dir / "empty.rsp", "");
-  WriteBytes(dir / "text.rsp", "This is a text file, not a response file at all.\n");
-  const std::string demo = Contents(Demo());
-  WriteBytes(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
+  WriteWholeFile(dir / "empty.rsp", "");
+  WriteWholeFile(dir / "text.rsp", "This is a text file, not a response file at all.\n");
+  const std::string demo = ReadWholeFile(Demo());
+  WriteWholeFile(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
   const struct {
     const char* file;
     const char* says;
@@ -112,12 +105,12 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
 
 TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   // A NaN travel time patched into the first pulse record (Travel sits 46 bytes in).
-  std::string bytes = Contents(Demo());
+  std::string bytes = ReadWholeFile(Demo());
   const uint32_t addr = static_cast<uint8_t>(bytes[26]) | static_cast<uint8_t>(bytes[27]) << 8 |
                         static_cast<uint8_t>(bytes[28]) << 16;
   bytes.replace(addr - 1 + 46, 4, std::string("\x00\x00\xc0\x7f", 4));
   const fs::path file = folder_ / "nan.rsp";
-  WriteBytes(file, bytes);
+  WriteWholeFile(file, bytes);
   const RunResult raw = Run({"dump", file, "--raw", "--log"});
   ASSERT_EQ(raw.exit, 0) << raw.err;
   const Json dump = Json::parse(raw.out);
@@ -148,12 +141,12 @@ TEST_F(ZyraRspTest, ConvertWritesTheWholeFileOrLeavesTheOldOne) {
   ASSERT_EQ(Run({"convert", Demo(), out}).exit, 0);
   EXPECT_EQ(Run({"dump", out}).exit, 0);
   // A write that fails midway (the file-size limit hit) leaves the old file and no temporary.
-  WriteBytes(out, "old contents");
+  WriteWholeFile(out, "old contents");
   const RunResult failed = Run({"convert", Demo(), out}, "trap '' XFSZ; ulimit -f 8;");
   EXPECT_EQ(failed.exit, 1);
   EXPECT_EQ(std::count(failed.err.begin(), failed.err.end(), '\n'), 1) << failed.err;
   EXPECT_NE(failed.err.find("converted.rsp"), std::string::npos) << failed.err;
-  EXPECT_EQ(Contents(out), "old contents");
+  EXPECT_EQ(ReadWholeFile(out), "old contents");
   for (const auto& entry : fs::directory_iterator(folder_)) {
     EXPECT_EQ(entry.path().filename().string().find(".tmp"), std::string::npos);
   }
@@ -165,7 +158,7 @@ TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
     EXPECT_EQ(
         Run({"synth", "--pulses", pulses, "--speakers", speakers, "--seed", seed, "-o", file}).exit,
         0);
-    return Contents(file);
+    return ReadWholeFile(file);
   };
   for (const auto& [pulses, speakers] : {std::pair{"10", "10"}, std::pair{"200000", "64"}}) {
     SCOPED_TRACE(pulses);
@@ -189,7 +182,7 @@ TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
   const int status = std::system(
       ("script -qec " + Quoted(command) + " " + Quoted(log) + " >/dev/null 2>&1").c_str());
   ASSERT_EQ(WEXITSTATUS(status), 0);
-  const std::string screen = Contents(log);
+  const std::string screen = ReadWholeFile(log);
   EXPECT_NE(screen.find("Band 100 Hz ["), std::string::npos) << screen;
 }
 

@@ -6,7 +6,7 @@
 #include <complex>
 #include <random>
 
-#include "tests/interference_reference.h"
+#include "testing/interference_reference.h"
 #include "zyra/response/system_response.h"
 #include "zyra/support/errors.h"
 

@@ -5,7 +5,7 @@
 #include <random>
 #include <string>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 #include "zyra/response/system_response.h"
 
 namespace zyra {

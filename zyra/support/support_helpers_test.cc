@@ -2,9 +2,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
+#include <functional>
 
+#include "testing/temp_folder.h"
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/fixed_text.h"
@@ -73,14 +73,12 @@ TEST(FlagsTest, BitsAreTestedAndSetByTheirValue) {
 }
 
 TEST(FlagsTest, FileExistsOnlyForFiles) {
-  const auto folder = std::filesystem::temp_directory_path() / "zyra_file_exists_test";
-  std::filesystem::create_directories(folder);
-  std::ofstream(folder / "a.rsp") << "x";
-  const std::string prefix = folder.string() + "/";
-  EXPECT_TRUE(FileExists(prefix, "a.rsp"));
-  EXPECT_FALSE(FileExists(prefix, "missing.rsp"));
-  EXPECT_FALSE(FileExists(folder.parent_path().string() + "/", folder.filename().string()));
-  std::filesystem::remove_all(folder);
+  const testing::TempFolder folder;
+  testing::WriteWholeFile(folder / "a.rsp", "x");
+  EXPECT_TRUE(FileExists(folder.Slashed(), "a.rsp"));
+  EXPECT_FALSE(FileExists(folder.Slashed(), "missing.rsp"));
+  EXPECT_FALSE(FileExists(folder.Path().parent_path().string() + "/",
+                          folder.Path().filename().string()));
 }
 
 TEST(FixedTextTest, CutsAndPadsToItsWidthAndKeepsRawBytes) {

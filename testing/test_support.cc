@@ -1,4 +1,4 @@
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 #include <cctype>
 #include <stdexcept>
