@@ -45,6 +45,15 @@ std::string HexRun(const std::string& byteHex, int count) {
   return hex;
 }
 
+std::string Int16Run(int first, int count) {
+  std::vector<uint8_t> bytes;
+  for (int value = first; value < first + count; ++value) {
+    bytes.push_back(static_cast<uint8_t>(value & 0xff));
+    bytes.push_back(static_cast<uint8_t>((value >> 8) & 0xff));
+  }
+  return ToHex(bytes);
+}
+
 ByteStream StreamOf(const std::string& hex) {
   ByteStream stream;
   stream.LoadFromBytes(Hex(hex));

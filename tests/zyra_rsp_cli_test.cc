@@ -153,26 +153,19 @@ TEST_F(ZyraRspTest, ConvertWritesTheWholeFileOrLeavesTheOldOne) {
 }
 
 TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
-  const auto synth = [&](const char* pulses, const char* speakers, const char* seed) {
+  const auto synth = [&](const char* seed) {
     const fs::path file = folder_ / (std::string("s") + seed + ".rsp");
-    EXPECT_EQ(
-        Run({"synth", "--pulses", pulses, "--speakers", speakers, "--seed", seed, "-o", file}).exit,
-        0);
+    EXPECT_EQ(Run({"synth", "--pulses", "10", "--speakers", "10", "--seed", seed, "-o", file}).exit,
+              0);
     return ReadWholeFile(file);
   };
-  for (const auto& [pulses, speakers] : {std::pair{"10", "10"}, std::pair{"200000", "64"}}) {
-    SCOPED_TRACE(pulses);
-    const std::string a = synth(pulses, speakers, "7");
-    EXPECT_TRUE(synth(pulses, speakers, "8") != a);
-    EXPECT_EQ(synth(pulses, speakers, "7"), a);
-    const RunResult dump = Run({"dump", folder_ / "s7.rsp", "--raw"});
-    ASSERT_EQ(dump.exit, 0) << dump.err;
-    EXPECT_EQ(Json::parse(dump.out)["pulses"].size(), std::stoul(pulses));
-  }
-  for (const char* pulses : {"9", "10000001"}) {
-    EXPECT_EQ(Run({"synth", "--pulses", pulses, "--speakers", "1", "-o", folder_ / "x.rsp"}).exit,
-              2);
-  }
+  const std::string a = synth("7");
+  EXPECT_NE(synth("8"), a);
+  EXPECT_EQ(synth("7"), a);
+  const RunResult dump = Run({"dump", folder_ / "s7.rsp", "--raw"});
+  ASSERT_EQ(dump.exit, 0) << dump.err;
+  EXPECT_EQ(Json::parse(dump.out)["pulses"].size(), 10u);
+  EXPECT_EQ(Run({"synth", "--pulses", "9", "--speakers", "1", "-o", folder_ / "x.rsp"}).exit, 2);
 }
 
 TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
