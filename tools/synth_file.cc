@@ -2,8 +2,8 @@
 
 #include <cmath>
 
-#include "tools/demo_response.h"
 #include "testing/synthetic_response.h"
+#include "tools/demo_response.h"
 
 namespace zyra::tool {
 
