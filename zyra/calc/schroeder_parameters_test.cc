@@ -5,6 +5,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <random>
+#include <vector>
 
 #include "tests/response_builder.h"
 #include "tests/test_support.h"
@@ -92,6 +94,78 @@ TEST(SchroederParametersTest, FitsExistOnlyDownToTheLastStep) {
     // The curve ends where nothing is left, or at the first sample below -35 dB.
     EXPECT_EQ(s.DecayCurve(5).daLevel.back() == -INFINITY, !row.bT30);
     EXPECT_DOUBLE_EQ(s.SchrETail(5), 0.0);
+  }
+}
+
+// The decay sampled the slow way, straight from its definition: EDC at every 0.1 ms from the
+// first energy on, each sample summed anew, and the least-squares line through the samples in
+// range.
+std::array<CDecayFit, kDecayRangeCount> ReferenceFits(const CEnergyTimeResponse& response,
+                                                      const std::vector<int32_t>& bands) {
+  double t0 = INFINITY, total = 0.0;
+  for (const int32_t b : bands) {
+    for (size_t i = 0; i < response.Count(); ++i) {
+      if (response.Energy(b, i) > 0.0) t0 = std::min(t0, response.Arrival(i));
+      total += response.Energy(b, i);
+    }
+    const CBandTail& tail = response.Tail(b);
+    if (tail.Exists()) t0 = std::min(t0, tail.tStart);
+    total += tail.dEnergy;
+  }
+  std::vector<std::pair<double, double>> samples;  // t (s), L (dB)
+  for (auto n = static_cast<int64_t>(std::ceil(10.0 * t0)); n <= 1000000; ++n) {
+    const double t = static_cast<double>(n) / 10.0;
+    double edc = 0.0;
+    for (const int32_t b : bands) {
+      for (size_t i = 0; i < response.Count(); ++i) {
+        if (response.Arrival(i) >= t) edc += response.Energy(b, i);
+      }
+      edc += response.Tail(b).EnergyAfter(t);
+    }
+    const double level = std::min(0.0, 10.0 * std::log10(edc / total));
+    samples.emplace_back(t / 1000.0, level);
+    if (level < -35.0) break;
+  }
+  const std::array<std::pair<double, double>, kDecayRangeCount> ranges = {
+      {{0.0, -10.0}, {-5.0, -25.0}, {-5.0, -35.0}, {-5.0, -35.0}}};
+  std::array<CDecayFit, kDecayRangeCount> fits{};
+  for (size_t r = 0; r < ranges.size(); ++r) {
+    double n = 0, sx = 0, sy = 0, sxx = 0, sxy = 0;
+    for (const auto& [x, y] : samples) {
+      if (y > ranges[r].first || y < ranges[r].second) continue;
+      n += 1;
+      sx += x;
+      sy += y;
+      sxx += x * x;
+      sxy += x * y;
+    }
+    fits[r].dSlope = (n * sxy - sx * sy) / (n * sxx - sx * sx);
+    fits[r].dIntercept = (sy - fits[r].dSlope * sx) / n;
+  }
+  return fits;
+}
+
+TEST(SchroederParametersTest, FitsEqualTheDecaySampledFromItsDefinition) {
+  // Arrivals in the first 150 ms and tails of different decay rates in one octave, so that
+  // the level bends and the curve is sampled point by point.
+  ResponseBuilder f(6000);
+  std::mt19937_64 rng(7);
+  std::uniform_real_distribution<float> t(0.5F, 150.0F);
+  std::uniform_int_distribution<int> level(2000, 5500);
+  for (int i = 0; i < 60; ++i) f.Add(1, t(rng), static_cast<int16_t>(level(rng)));
+  f.Room(600.0F, 1.0F);
+  for (int32_t b = 10; b <= 12; ++b) f.file.ETC()->SetRTime(b, 0.6F + 0.3F * (b - 10));
+  const auto r = f.Evaluate(true);
+  const CEnergyTimeResponse response(f.file, *r, true);
+  CSchroederParameters s;
+  ASSERT_EQ(s.CalculateFit(response, nullptr), 0);
+  for (const auto& [fit, reference] :
+       {std::pair{&s.OctaveFit(4, SL_EDecay_EDT), ReferenceFits(response, {10, 11, 12})[0]},
+        {&s.OctaveFit(4, SL_EDecay_T30), ReferenceFits(response, {10, 11, 12})[2]},
+        {&s.Fit(11, SL_EDecay_T20), ReferenceFits(response, {11})[1]},
+        {&s.Fit(12, SL_EDecay_SchrRTime), ReferenceFits(response, {12})[3]}}) {
+    EXPECT_NEAR(fit->dSlope, reference.dSlope, 1e-7 * std::abs(reference.dSlope));
+    EXPECT_NEAR(fit->dIntercept, reference.dIntercept, 1e-7);
   }
 }
 
