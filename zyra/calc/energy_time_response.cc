@@ -153,74 +153,83 @@ const CBandTail& CEnergyTimeResponse::Tail(int32_t iTerz1) const {
 
 void CEnergyTimeResponse::SumOctave(int32_t iOctave, COctaveSums& sums) const {
   if (iOctave < 1 || iOctave > 7) RaiseError(kErrSubscript);
-  sums.iOctave = iOctave;
-  for (std::vector<double>& moment : sums.daMoment) moment.assign(GroupCount(), 0.0);
-  for (int32_t j = 0; j < 3; ++j) {
-    SumBand(3 * iOctave - 2 + j, sums.bands[static_cast<size_t>(j)], sums.daMoment, j == 0);
-  }
-}
-
-void CEnergyTimeResponse::SumBand(
-    int32_t iTerz1, CBandSums& sums,
-    std::array<std::vector<double>, COctaveSums::kMomentCount>& moments,
-    bool bFirstOfOctave) const {
   constexpr size_t kMoments = COctaveSums::kMomentCount;
   const std::vector<double>& energyByLevel = EnergyByLevel();
-  const int16_t* levels = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
   const double* times = daTime_.data();
   const size_t nGroups = GroupCount();
 
-  sums = CBandSums{iTerz1,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   std::numeric_limits<double>::infinity(),
-                   std::move(sums.daGroupEnergy)};
-  sums.daGroupEnergy.resize(nGroups);
-  size_t gFirst = nGroups;
+  // One pass over the arrivals for the three bands together: each band needs the energy and
+  // its first moment per group, the octave all moments of the summed energy.
+  sums.iOctave = iOctave;
+  std::array<const int16_t*, 3> levels{};
+  for (size_t j = 0; j < 3; ++j) {
+    const auto iTerz1 = static_cast<int32_t>(3 * iOctave - 2 + static_cast<int32_t>(j));
+    levels[j] = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
+    CBandSums& band = sums.bands[j];
+    band = CBandSums{iTerz1,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     std::numeric_limits<double>::infinity(),
+                     std::move(band.daGroupEnergy)};
+    band.daGroupEnergy.resize(nGroups);
+  }
+  for (std::vector<double>& moment : sums.daMoment) moment.resize(nGroups);
+
   for (size_t g = 0; g < nGroups; ++g) {
     const double c = GroupCentre(g);
-    std::array<double, kMoments> m{};
+    const size_t begin = laGroupBegin_[g];
     const size_t end = laGroupBegin_[g + 1];
-    for (size_t i = laGroupBegin_[g]; i < end; ++i) {
+    std::array<double, 3> e0{}, e1{};
+    std::array<double, kMoments> m{};
+    for (size_t i = begin; i < end; ++i) {
       const double d = times[i] - c;
-      double term = CountedEnergy(energyByLevel, levels[i]);
+      double term = 0.0;
+      for (size_t j = 0; j < 3; ++j) {
+        const double e = CountedEnergy(energyByLevel, levels[j][i]);
+        e0[j] += e;
+        e1[j] += e * d;
+        term += e;
+      }
       for (size_t p = 0; p < kMoments; ++p) {
         m[p] += term;
         term *= d;
       }
     }
+    for (size_t p = 0; p < kMoments; ++p) sums.daMoment[p][g] = m[p];
+
     const int32_t sample = laGroupSample_[g];
-    if (sample >= kLateralFirstSample && sample < kEarlyEndSample) {
-      for (size_t i = laGroupBegin_[g]; i < end; ++i) {
-        const double e = CountedEnergy(energyByLevel, levels[i]);
+    const bool bLateral = sample >= kLateralFirstSample && sample < kEarlyEndSample;
+    for (size_t j = 0; j < 3; ++j) {
+      CBandSums& band = sums.bands[j];
+      band.daGroupEnergy[g] = e0[j];
+      band.dEnergy += e0[j];
+      band.dEnergyTime += c * e0[j] + e1[j];
+      if (sample < kEarlyEndSample) band.dEBefore80 += e0[j];
+      if (e0[j] > 0.0 && band.tFirstEnergy == std::numeric_limits<double>::infinity()) {
+        for (size_t i = begin; i < end; ++i) {
+          if (levels[j][i] > 0) {
+            band.tFirstEnergy = times[i];
+            break;
+          }
+        }
+      }
+      if (!bLateral) continue;
+      for (size_t i = begin; i < end; ++i) {
+        const double e = CountedEnergy(energyByLevel, levels[j][i]);
         const double u = daLateral_[i];
-        sums.dELateral2 += e * u * u;
-        sums.dELateral1 += e * std::abs(u);
-      }
-    }
-    if (sample < kEarlyEndSample) sums.dEBefore80 += m[0];
-    if (gFirst == nGroups && m[0] > 0.0) gFirst = g;
-    sums.dEnergy += m[0];
-    sums.dEnergyTime += c * m[0] + m[1];
-    sums.daGroupEnergy[g] = m[0];
-    for (size_t p = 0; p < kMoments; ++p) {
-      moments[p][g] = bFirstOfOctave ? m[p] : moments[p][g] + m[p];
-    }
-  }
-  if (gFirst < nGroups) {
-    for (size_t i = laGroupBegin_[gFirst]; i < laGroupBegin_[gFirst + 1]; ++i) {
-      if (CountedEnergy(energyByLevel, levels[i]) > 0.0) {
-        sums.tFirstEnergy = times[i];
-        break;
+        band.dELateral2 += e * u * u;
+        band.dELateral1 += e * std::abs(u);
       }
     }
   }
-  for (size_t i = nPlaced_; i < Count(); ++i) {
-    sums.dETimeless += CountedEnergy(energyByLevel, levels[i]);
+  for (size_t j = 0; j < 3; ++j) {
+    for (size_t i = nPlaced_; i < Count(); ++i) {
+      sums.bands[j].dETimeless += CountedEnergy(energyByLevel, levels[j][i]);
+    }
   }
 }
 

@@ -107,10 +107,6 @@ class CEnergyTimeResponse {
   static int32_t SampleAtOrBefore(double t);
 
  private:
-  void SumBand(int32_t iTerz1, CBandSums& sums,
-               std::array<std::vector<double>, COctaveSums::kMomentCount>& moments,
-               bool bFirstOfOctave) const;
-
   size_t nPlaced_ = 0;
   std::vector<double> daTime_;
   std::vector<int16_t> iaLevel_;  // band-major rows of Count() levels, in the order of daTime_
