@@ -7,6 +7,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/picture.h"
 #include "zyra/support/errors.h"
 
 namespace zyra::tool {
@@ -39,6 +40,17 @@ const CLI::Validator kInterferenceList(
       return InterferenceFlags(value) ? "" : "expected pot, kin or pot,kin, not '" + value + "'";
     },
     "pot,kin", "InterferenceList");
+
+// `plot -o`: the extension chooses the picture format.
+const CLI::Validator kPictureFile(
+    [](const std::string& value) -> std::string {
+      if (PictureFormatOf(value)) return "";
+      const std::string extension = ExtensionOf(value);
+      return (extension.empty() ? "'" + value + "' has no extension"
+                                : "unknown picture format '" + extension + "'") +
+             ": use .svg, .png or .pdf";
+    },
+    "FILE.svg|.png|.pdf", "PictureFile");
 
 // Every option of every command, filled by the parser; only the chosen command's part is used.
 struct Settings {
@@ -95,9 +107,11 @@ Subcommands Describe(CLI::App& app, Settings& s) {
   sub.demo->add_option("--out", s.demo.sOutDir, "folder for the demo's files")
       ->capture_default_str();
 
-  sub.plot = app.add_subcommand("plot", "the energy-time curve of one band as an SVG picture");
+  sub.plot = app.add_subcommand("plot", "the energy-time curve of one band as a picture");
   sub.plot->add_option("FILE", s.plot.sFile, "response file")->required();
-  sub.plot->add_option("-o,--output", s.plot.sOut, "SVG file to write")->required();
+  sub.plot->add_option("-o,--output", s.plot.sOut, "picture to write: .svg, .png or .pdf")
+      ->required()
+      ->check(kPictureFile);
   sub.plot->add_option("--band", s.plot.iBand, "third-octave band 1 ... 21 (11 = 1 kHz)")
       ->check(CLI::Range(1, 21))
       ->capture_default_str();

@@ -9,21 +9,8 @@
 namespace zyra::tool {
 namespace {
 
-constexpr double kTailStepMs = 1.0;
-
-// The Alcons band of a third-octave band, -1 for none.
-int32_t AlconsBandOf(int32_t iBand) {
-  switch (iBand) {
-    case 8:
-      return 0;
-    case 11:
-      return 1;
-    case 14:
-      return 2;
-    default:
-      return -1;
-  }
-}
+// The tail is a straight line in dB; a few points draw it.
+constexpr int32_t kTailPoints = 64;
 
 double LevelOf(double dEnergy) {
   return dEnergy > 0.0 ? 10.0 * std::log10(dEnergy) : -std::numeric_limits<double>::infinity();
@@ -38,7 +25,7 @@ EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& eval
   EtcPlotData plot;
   plot.sBandLabel = std::to_string(GetTerzFrequency(iBand - 1)) + " Hz";
   plot.sSubtitle = sSubtitle;
-  double tEnd = 100.0;
+  plot.tRef = r.tRef();
   for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
     const CPulsClass& puls = *Required(rsp.Puls(i));
     const double level = puls.GetSPLForCalc(iBand, false);
@@ -46,31 +33,23 @@ EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& eval
     const double t = rsp.GetPulsArrival(i) - r.tRef();
     plot.arrivals.push_back(
         {t, level, puls.IsDirectSound() ? ArrivalKind::kDirect : ArrivalKind::kReflection});
-    tEnd = std::max(tEnd, t);
   }
 
   // The statistical tail as the evaluation added it: from tDiff with reflections, else from
-  // tHall, decaying from tHall with the band's reverberation time.
+  // tHall, decaying from tHall with the band's reverberation time, drawn until 60 dB down.
   const CETCInfoClass& etc = *cFile.ETC();
   const double rt = etc.RTime(iBand);
   const double eHall =
       etc.IsWithTail_b() ? 0.0 : HallEnergy(etc.Absorp(iBand), etc.Power(iBand), rt, etc.Volume());
-  if (eHall > 0.0 && rt > 0.0) {
-    const double tStart = evaluation.bWithReflections ? r.tDiff() : r.tHall();
-    // To the last arrival, and at least 200 ms of the decay, so that the early part keeps room.
-    const double tStop = std::max(tEnd, r.tHall() + 200.0);
-    for (double t = tStart; t < tStop; t += kTailStepMs) {
-      const double e = eHall * DecayFraction(t, t + kTailStepMs, r.tHall(), rt);
-      if (e > 0.0) plot.arrivals.push_back({t, LevelOf(e), ArrivalKind::kTail});
+  if (eHall > 0.0 && rt > 0.0 && std::isfinite(eHall)) {
+    const double tStart = std::max(evaluation.bWithReflections ? r.tDiff() : r.tHall(), r.tHall());
+    const double tStop = std::min(tStart + 1000.0 * rt, kTailEndTime);
+    for (int32_t n = 0; n <= kTailPoints; ++n) {
+      const double t = tStart + (tStop - tStart) * n / kTailPoints;
+      plot.tail.push_back({t, LevelOf(eHall * DecayFraction(t, t + 1.0, r.tHall(), rt))});
     }
   }
 
-  const int32_t a = AlconsBandOf(iBand);
-  if (a >= 0) {
-    for (int32_t k = 0; k < CCalcResults::kTimeBinCount; ++k) {
-      plot.binLevels.push_back(LevelOf(r.Exx(k, a)));
-    }
-  }
   plot.marks = StandardEtcMarks(r.tSplit());
   return plot;
 }

@@ -9,6 +9,7 @@
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
 #include "tools/file_walk.h"
+#include "tools/picture.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
@@ -106,12 +107,22 @@ std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, b
   }
 }
 
-bool WriteText(const std::string& sTarget, const std::string& sText) {
-  std::string sMessage;
-  const auto* data = reinterpret_cast<const uint8_t*>(sText.data());
-  if (WriteFileAtomically(sTarget, std::span<const uint8_t>(data, sText.size()), sMessage)) {
-    return true;
+// Draws the picture in the format of sTarget's extension and writes it whole.
+bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
+  const auto format = PictureFormatOf(sTarget);
+  if (!format) {
+    PrintErrorLine(sTarget, "not a picture format: '" + ExtensionOf(sTarget) + "'");
+    return false;
   }
+  std::vector<uint8_t> bytes;
+  try {
+    bytes = RenderPicture(*format, size, draw);
+  } catch (const RuntimeError& error) {
+    PrintErrorLine(sTarget, ErrorText(ErrorInfoOf(error)));
+    return false;
+  }
+  std::string sMessage;
+  if (WriteFileAtomically(sTarget, bytes, sMessage)) return true;
   PrintErrorLine(sTarget, sMessage);
   return false;
 }
@@ -256,7 +267,9 @@ int RunPlot(const PlotOptions& options) {
   if (!evaluation) return kExitFailure;
   const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, options.iBand,
                                             PlotSubtitle(session.file, options.sFile));
-  return WriteText(options.sOut, EtcSvg(plot)) ? kExitSuccess : kExitFailure;
+  const bool bWritten =
+      WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
+  return bWritten ? kExitSuccess : kExitFailure;
 }
 
 int RunSynth(const SynthOptions& options) {
@@ -312,7 +325,9 @@ int RunDemo(const DemoOptions& options) {
   if (!evaluation) return kExitFailure;
   const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, kDefaultPlotBand,
                                             PlotSubtitle(session.file, sResponse));
-  if (!WriteText(sPlot, EtcSvg(plot))) return kExitFailure;
+  if (!WritePicture(sPlot, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); })) {
+    return kExitFailure;
+  }
   std::cout << DemoReport(session.file, *evaluation, sResponse, sPlot);
   return kExitSuccess;
 }
