@@ -40,5 +40,8 @@
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
 #include "zyra/calc/energy_time_process.h"
+#include "zyra/calc/room_parameters.h"
+#include "zyra/calc/schroeder_parameters.h"
+#include "zyra/calc/speech_transmission.h"
 
 #endif  // ZYRA_ZYRA_H_

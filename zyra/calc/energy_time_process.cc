@@ -241,4 +241,27 @@ void CEnergyTimeProcessClass::CalculateAlconsCurve(
   }
 }
 
+CModulationTransfer CEnergyTimeProcessClass::CalculateStatisticMTF(
+    const CProbeRspClass& cRspFile) const {
+  const CETCInfoClass& etc = *cRspFile.ETC();
+  CModulationTransfer mtf{};
+  for (int32_t k = 1; k <= kOctaveCount; ++k) {
+    double dSum = 0.0;
+    int32_t nPositive = 0;
+    for (int32_t b = 3 * k - 2; b <= 3 * k; ++b) {
+      const double dRT = etc.RTime(b);
+      if (dRT > 0.0) {
+        dSum += dRT;
+        ++nPositive;
+      }
+    }
+    const double dRT = nPositive > 0 ? dSum / nPositive : 0.0;
+    for (int32_t iF = 0; iF < kModulationCount; ++iF) {
+      mtf[static_cast<size_t>(k - 1)][static_cast<size_t>(iF)] =
+          StatisticModulation(dRT, ModulationFrequency(iF));
+    }
+  }
+  return mtf;
+}
+
 }  // namespace zyra
