@@ -54,4 +54,26 @@ EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& eval
   return plot;
 }
 
+DecayPlotData BuildDecayPlotData(const CSchroederParameters& cDecays, int32_t iBand,
+                                 const std::string& sSubtitle) {
+  DecayPlotData plot;
+  plot.sSubtitle = sSubtitle;
+  if (iBand > 0) {
+    const std::string sBand = std::to_string(GetTerzFrequency(iBand - 1)) + " Hz";
+    plot.sTitle = "Schroeder decay, " + sBand;
+    plot.series.push_back({sBand, cDecays.DecayCurve(iBand), cDecays.Fit(iBand, SL_EDecay_T30)});
+  } else {
+    plot.sTitle = "Schroeder decay, octaves";
+    for (int32_t k = 1; k <= kOctaveCount; ++k) {
+      const double f = OctaveFrequency(k);
+      const std::string sOctave = f < 1000.0
+                                      ? std::to_string(static_cast<int>(f)) + " Hz"
+                                      : std::to_string(static_cast<int>(f / 1000.0)) + " kHz";
+      plot.series.push_back(
+          {sOctave, cDecays.OctaveDecayCurve(k), cDecays.OctaveFit(k, SL_EDecay_T30)});
+    }
+  }
+  return plot;
+}
+
 }  // namespace zyra::tool
