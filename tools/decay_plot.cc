@@ -53,13 +53,13 @@ PlotAxes ChooseAxes(const DecayPlotData& plot) {
     if (FitExists(s.fit)) tMax = std::max(tMax, FitTime(s.fit, -kDecayRangeDb));
   }
   if (!(tMax > tMin)) tMax = tMin + 1000.0;
-  // Seconds across, a tick on the end.
+  // Seconds across, a tick on the end; a small margin before the start keeps the drop after a
+  // dominant direct sound off the frame.
   const double s0 = tMin / 1000.0;
   const double s1 = tMax / 1000.0;
   const double step = NiceStep(s1 - s0, 10.0);
-  const double x0 = std::floor(s0 / step + 1e-9) * step;
   const double x1 = std::ceil(s1 / step - 1e-9) * step;
-  return PlotAxes(kArea, x0, x1 > x0 ? x1 : x0 + step, step, bottom - 5.0, 5.0, 10.0);
+  return PlotAxes(kArea, s0 - 0.015 * (x1 - s0), x1, step, bottom - 5.0, 5.0, 10.0);
 }
 
 void DrawCurve(const PlotCanvas& canvas, const PlotAxes& axes, const CDecayCurve& curve,

@@ -47,17 +47,27 @@ std::string Value(double value, const char* format) {
 }
 
 void OctaveTable(std::ostringstream& out, const CParameterSet& p) {
-  out << "Per octave: EDT, T20, T30 in s; SchrRT in s, fitted over " << Format("%g", p.dSchroederT1)
-      << " ... " << Format("%g", p.dSchroederT2) << " dB;\n"
-      << "  C50, C80, G in dB; Ts in ms after tRef; D50, J_LF, speech MTI as fractions\n"
-      << " octave Hz   EDT   T20   T30 SchrRT   C50   C80  D50    Ts     G J_LF  MTI\n";
+  // With the default fit range SchrRT is T30; it gets a column only when it differs.
+  const CParameterOptions defaults;
+  const bool bOwnRange =
+      p.dSchroederT1 != defaults.dSchroederT1 || p.dSchroederT2 != defaults.dSchroederT2;
+  out << "Per octave: EDT, T20, T30 in s, Curv = 100 (T30/T20 - 1) in % (large: no straight "
+         "decay);\n";
+  if (bOwnRange) {
+    out << "  SchrRT in s, fitted over " << Format("%g", p.dSchroederT1) << " ... "
+        << Format("%g", p.dSchroederT2) << " dB;\n";
+  }
+  out << "  C50, C80, G in dB; Ts in ms after tRef; D50, J_LF, speech MTI as fractions\n"
+      << " octave Hz   EDT   T20   T30 Curv" << (bOwnRange ? " SchrRT" : "")
+      << "   C50   C80  D50    Ts     G J_LF  MTI\n";
   for (std::size_t k = 0; k < kOctaveCount; ++k) {
     out << Cell(OctaveFrequency(static_cast<int32_t>(k) + 1), "%.0f", 10)
         << Cell(p.oEDT[k], "%.2f", 6) << Cell(p.oT20[k], "%.2f", 6) << Cell(p.oT30[k], "%.2f", 6)
-        << Cell(p.oSchrRTime[k], "%.2f", 7) << Cell(p.oC50[k], "%.1f", 6)
-        << Cell(p.oC80[k], "%.1f", 6) << Cell(p.oD50[k], "%.2f", 5) << Cell(p.oTs[k], "%.0f", 6)
-        << Cell(p.oG[k], "%.1f", 6) << Cell(p.oJLF[k], "%.2f", 5) << Cell(p.oMTI[k], "%.2f", 5)
-        << "\n";
+        << Cell(p.oCurvature[k], "%.0f", 5);
+    if (bOwnRange) out << Cell(p.oSchrRTime[k], "%.2f", 7);
+    out << Cell(p.oC50[k], "%.1f", 6) << Cell(p.oC80[k], "%.1f", 6) << Cell(p.oD50[k], "%.2f", 5)
+        << Cell(p.oTs[k], "%.0f", 6) << Cell(p.oG[k], "%.1f", 6) << Cell(p.oJLF[k], "%.2f", 5)
+        << Cell(p.oMTI[k], "%.2f", 5) << "\n";
   }
   out << "Single numbers (mean of the 500 Hz and 1 kHz octaves; J_LF, J_LFC of 125 Hz ... 1 kHz):\n"
       << "  EDT " << Value(p.EDT_single, "%.2f s") << "   T20 " << Value(p.T20_single, "%.2f s")
