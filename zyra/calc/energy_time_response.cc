@@ -160,9 +160,11 @@ void CEnergyTimeResponse::SumOctave(int32_t iOctave, COctaveSums& sums) const {
   }
 }
 
-void CEnergyTimeResponse::SumBand(int32_t iTerz1, CBandSums& sums,
-                                  std::array<std::vector<double>, 4>& moments,
-                                  bool bFirstOfOctave) const {
+void CEnergyTimeResponse::SumBand(
+    int32_t iTerz1, CBandSums& sums,
+    std::array<std::vector<double>, COctaveSums::kMomentCount>& moments,
+    bool bFirstOfOctave) const {
+  constexpr size_t kMoments = COctaveSums::kMomentCount;
   const std::vector<double>& energyByLevel = EnergyByLevel();
   const int16_t* levels = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
   const double* times = daTime_.data();
@@ -178,24 +180,18 @@ void CEnergyTimeResponse::SumBand(int32_t iTerz1, CBandSums& sums,
                    std::numeric_limits<double>::infinity(),
                    std::move(sums.daGroupEnergy)};
   sums.daGroupEnergy.resize(nGroups);
-  double* m0s = moments[0].data();
-  double* m1s = moments[1].data();
-  double* m2s = moments[2].data();
-  double* m3s = moments[3].data();
   size_t gFirst = nGroups;
   for (size_t g = 0; g < nGroups; ++g) {
     const double c = GroupCentre(g);
-    double m0 = 0.0, m1 = 0.0, m2 = 0.0, m3 = 0.0;
+    std::array<double, kMoments> m{};
     const size_t end = laGroupBegin_[g + 1];
     for (size_t i = laGroupBegin_[g]; i < end; ++i) {
-      const double e = CountedEnergy(energyByLevel, levels[i]);
       const double d = times[i] - c;
-      const double ed = e * d;
-      const double ed2 = ed * d;
-      m0 += e;
-      m1 += ed;
-      m2 += ed2;
-      m3 += ed2 * d;
+      double term = CountedEnergy(energyByLevel, levels[i]);
+      for (size_t p = 0; p < kMoments; ++p) {
+        m[p] += term;
+        term *= d;
+      }
     }
     const int32_t sample = laGroupSample_[g];
     if (sample >= kLateralFirstSample && sample < kEarlyEndSample) {
@@ -206,21 +202,13 @@ void CEnergyTimeResponse::SumBand(int32_t iTerz1, CBandSums& sums,
         sums.dELateral1 += e * std::abs(u);
       }
     }
-    if (sample < kEarlyEndSample) sums.dEBefore80 += m0;
-    if (gFirst == nGroups && m0 > 0.0) gFirst = g;
-    sums.dEnergy += m0;
-    sums.dEnergyTime += c * m0 + m1;
-    sums.daGroupEnergy[g] = m0;
-    if (bFirstOfOctave) {
-      m0s[g] = m0;
-      m1s[g] = m1;
-      m2s[g] = m2;
-      m3s[g] = m3;
-    } else {
-      m0s[g] += m0;
-      m1s[g] += m1;
-      m2s[g] += m2;
-      m3s[g] += m3;
+    if (sample < kEarlyEndSample) sums.dEBefore80 += m[0];
+    if (gFirst == nGroups && m[0] > 0.0) gFirst = g;
+    sums.dEnergy += m[0];
+    sums.dEnergyTime += c * m[0] + m[1];
+    sums.daGroupEnergy[g] = m[0];
+    for (size_t p = 0; p < kMoments; ++p) {
+      moments[p][g] = bFirstOfOctave ? m[p] : moments[p][g] + m[p];
     }
   }
   if (gFirst < nGroups) {
@@ -260,10 +248,17 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     daOmega[f] = 2.0 * std::numbers::pi * daFrequency[f] / 1000.0;
     step[f] = std::polar(1.0, -daOmega[f] / 10.0);
   }
-  const double* m0 = sums.daMoment[0].data();
-  const double* m1 = sums.daMoment[1].data();
-  const double* m2 = sums.daMoment[2].data();
-  const double* m3 = sums.daMoment[3].data();
+  // e^(-j W d) = sum over p of (-j W d)^p / p!, to the fifth power: |W d| <= 0.004 within a
+  // group.
+  std::array<std::array<Complex, COctaveSums::kMomentCount>, kMaxFrequencies> coefficient{};
+  for (size_t f = 0; f < nF; ++f) {
+    Complex c(1.0, 0.0);
+    for (size_t p = 0; p < COctaveSums::kMomentCount; ++p) {
+      coefficient[f][p] = c;
+      c *= Complex(0.0, -daOmega[f]) / static_cast<double>(p + 1);
+    }
+  }
+  const std::vector<double>& m0 = sums.daMoment[0];
   bool bHasPhasor = false;
   int32_t lPhasorSample = 0;
   int32_t nSteps = 0;
@@ -271,7 +266,10 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     if (m0[g] == 0.0) continue;
     const int32_t sample = laGroupSample_[g];
     if (bHasPhasor && sample == lPhasorSample + 1 && nSteps < kReanchorSteps) {
-      for (size_t f = 0; f < nF; ++f) phasor[f] *= step[f];
+      for (size_t f = 0; f < nF; ++f) {
+        phasor[f] = Complex(phasor[f].real() * step[f].real() - phasor[f].imag() * step[f].imag(),
+                            phasor[f].real() * step[f].imag() + phasor[f].imag() * step[f].real());
+      }
       ++nSteps;
     } else {
       const double c = GroupCentre(g);
@@ -280,12 +278,16 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     }
     bHasPhasor = true;
     lPhasorSample = sample;
-    // e^(-j W d) to the third power of W d, |W d| <= 0.004 within a group.
+    // Written out, since the library's complex product guards against infinities on every
+    // call.
     for (size_t f = 0; f < nF; ++f) {
-      const double w = daOmega[f];
-      const double w2 = w * w;
-      const Complex term(m0[g] - 0.5 * w2 * m2[g], w * (w2 * m3[g] / 6.0 - m1[g]));
-      acc[f] += phasor[f] * term;
+      double re = 0.0, im = 0.0;
+      for (size_t p = 0; p < COctaveSums::kMomentCount; ++p) {
+        re += coefficient[f][p].real() * sums.daMoment[p][g];
+        im += coefficient[f][p].imag() * sums.daMoment[p][g];
+      }
+      acc[f] += Complex(phasor[f].real() * re - phasor[f].imag() * im,
+                        phasor[f].real() * im + phasor[f].imag() * re);
     }
   }
   for (const CBandSums& band : sums.bands) {
