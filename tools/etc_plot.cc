@@ -3,331 +3,339 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-#include <limits>
-#include <sstream>
+#include <numbers>
+
+#include "tools/plot_canvas.h"
 
 namespace zyra::tool {
 namespace {
 
-// The page and the plot area inside it, in pixels.
-constexpr double kWidth = 960.0;
-constexpr double kHeight = 540.0;
-constexpr double kLeft = 76.0;
-constexpr double kRight = kWidth - 28.0;
-constexpr double kTop = 84.0;
-constexpr double kBottom = kHeight - 64.0;
+// Two panels: the whole response above, the early part in detail below.
+constexpr Box kWholeArea{82.0, 82.0, 932.0, 318.0};
+constexpr Box kEarlyArea{82.0, 408.0, 932.0, 644.0};
+constexpr double kEarlyEnd = 150.0;  // ms
 constexpr double kRangeDb = 60.0;
-// A rough width of one character of the 12 px sans-serif labels, to keep labels apart.
-constexpr double kCharWidth = 6.6;
 
-constexpr const char* kDirectColour = "#d62728";
-constexpr const char* kReflectionColour = "#1f77b4";
-constexpr const char* kTailColour = "#9a9a9a";
-constexpr const char* kBinColour = "#ff7f0e";
+// Four colours, one per meaning.
+constexpr Rgb kDirectColour{0.84, 0.15, 0.16};
+constexpr Rgb kReflectionColour{0.12, 0.47, 0.71};
+constexpr Rgb kTailColour{0.55, 0.55, 0.55};
+constexpr Rgb kMarkColour{0.25, 0.25, 0.25};
 
-// Coordinates with two decimals, without trailing zeros: compact and locale-independent.
-std::string Num(double value) {
+// Columns of half a point: arrivals falling into one column are drawn as its loudest, which
+// is what the overlapping lines would show, and keeps huge responses to a small picture.
+constexpr double kColumnWidth = 0.5;
+
+std::string Ms(double value) {
   char text[32];
-  std::snprintf(text, sizeof text, "%.2f", value);
+  std::snprintf(text, sizeof text, "%.1f", value);
   std::string s = text;
-  if (s.find('.') != std::string::npos) {
-    while (s.back() == '0') s.pop_back();
-    if (s.back() == '.') s.pop_back();
-  }
-  return s == "-0" ? "0" : s;
+  if (s.ends_with(".0")) s.resize(s.size() - 2);
+  return s;
 }
 
-// A tick step of 1, 2 or 5 times a power of ten giving about `count` intervals over `span`.
-double NiceStep(double span, double count) {
-  const double raw = span / count;
-  const double power = std::pow(10.0, std::floor(std::log10(raw)));
-  for (const double factor : {1.0, 2.0, 5.0}) {
-    if (factor * power >= raw) return factor * power;
+// The time where the tail, falling, first reaches `floor` dB (linearly between its points),
+// or its last time when it stays above.
+double TailEnd(const std::vector<EtcPoint>& tail, double floor) {
+  for (std::size_t i = 0; i < tail.size(); ++i) {
+    if (tail[i].dLevel > floor) continue;
+    if (i == 0) return tail[0].tMs;
+    const EtcPoint& a = tail[i - 1];
+    const EtcPoint& b = tail[i];
+    return a.tMs + (b.tMs - a.tMs) * (a.dLevel - floor) / (a.dLevel - b.dLevel);
   }
-  return 10.0 * power;
+  return tail.empty() ? 0.0 : tail.back().tMs;
 }
 
-struct Axes {
-  double t0, t1, tStep;  // time axis, ms
-  double l0, l1;         // level axis, dB
-  double X(double t) const { return kLeft + (t - t0) / (t1 - t0) * (kRight - kLeft); }
-  double Y(double level) const { return kBottom - (level - l0) / (l1 - l0) * (kBottom - kTop); }
+bool Finite(const EtcPoint& p) {
+  return std::isfinite(p.tMs) && std::isfinite(p.dLevel);
+}
+
+struct Levels {
+  double l0, l1;
 };
 
-Axes ChooseAxes(const EtcPlotData& plot) {
-  double tMin = 0.0;
-  double tMax = 100.0;  // room for the 80 ms mark
+// The top is the loudest level rounded up to the next 10 dB, the bottom 60 dB below.
+Levels ChooseLevels(const EtcPlotData& plot) {
   double levelMax = -std::numeric_limits<double>::infinity();
-  for (const EtcArrival& arrival : plot.arrivals) {
-    if (!std::isfinite(arrival.tMs) || !std::isfinite(arrival.dLevel)) continue;
-    tMin = std::min(tMin, arrival.tMs);
-    tMax = std::max(tMax, arrival.tMs);
-    levelMax = std::max(levelMax, arrival.dLevel);
+  for (const EtcArrival& a : plot.arrivals) {
+    if (std::isfinite(a.tMs) && std::isfinite(a.dLevel)) levelMax = std::max(levelMax, a.dLevel);
+  }
+  for (const EtcPoint& p : plot.tail) {
+    if (Finite(p)) levelMax = std::max(levelMax, p.dLevel);
+  }
+  const double l1 = std::isfinite(levelMax) ? (std::floor(levelMax / 10.0) + 1.0) * 10.0 : 100.0;
+  return {l1 - kRangeDb, l1};
+}
+
+// A time axis over [tMin, tMax] with a small margin before, so that the direct sound stays off
+// the frame, and its end on a tick.
+PlotAxes TimeAxes(const Box& area, double tMin, double tMax, const Levels& levels) {
+  const double margin = 0.02 * (tMax - tMin);
+  const double step = NiceStep(tMax - tMin + 2.0 * margin, 10.0);
+  const double t1 = std::ceil((tMax + margin) / step - 1e-9) * step;
+  return PlotAxes(area, tMin - margin, t1, step, levels.l0, levels.l1, 10.0);
+}
+
+// The earliest time shown: 0 or an arrival or mark before tRef.
+double EarliestTime(const EtcPlotData& plot, const Levels& levels) {
+  double tMin = 0.0;
+  for (const EtcArrival& a : plot.arrivals) {
+    if (std::isfinite(a.tMs) && std::isfinite(a.dLevel) && a.dLevel > levels.l0) {
+      tMin = std::min(tMin, a.tMs);
+    }
   }
   for (const EtcMark& mark : plot.marks) {
-    if (!std::isfinite(mark.tMs)) continue;
-    tMin = std::min(tMin, mark.tMs);
-    tMax = std::max(tMax, mark.tMs);
+    if (std::isfinite(mark.tMs)) tMin = std::min(tMin, mark.tMs);
   }
-  for (std::size_t k = 0; k < plot.binLevels.size(); ++k) {
-    if (!std::isfinite(plot.binLevels[k])) continue;
-    tMax = std::max(tMax, static_cast<double>(k));
-    levelMax = std::max(levelMax, plot.binLevels[k]);
-  }
-  Axes axes{};
-  // A small margin before the earliest time keeps the direct sound off the frame.
-  const double margin = 0.03 * (tMax - tMin);
-  axes.tStep = NiceStep(tMax - tMin + 2 * margin, 10.0);
-  axes.t0 = tMin - margin;
-  axes.t1 = std::ceil((tMax + margin) / axes.tStep) * axes.tStep;
-  // The top is the loudest level rounded up to the next 10 dB, leaving room for mark labels.
-  axes.l1 = std::isfinite(levelMax) ? (std::floor(levelMax / 10.0) + 1.0) * 10.0 : 100.0;
-  axes.l0 = axes.l1 - kRangeDb;
-  return axes;
+  return tMin;
 }
 
-void Text(std::ostringstream& svg, double x, double y, const std::string& sText,
-          const std::string& attributes) {
-  svg << "<text x=\"" << Num(x) << "\" y=\"" << Num(y) << "\" " << attributes << ">"
-      << XmlEscape(sText) << "</text>\n";
+// The whole response: every arrival, every mark and the tail until it leaves the level axis
+// (or is 60 dB down, where its points end).
+PlotAxes WholeAxes(const EtcPlotData& plot, const Levels& levels) {
+  double tMax = 100.0;
+  for (const EtcArrival& a : plot.arrivals) {
+    if (std::isfinite(a.tMs) && std::isfinite(a.dLevel) && a.dLevel > levels.l0) {
+      tMax = std::max(tMax, a.tMs);
+    }
+  }
+  for (const EtcMark& mark : plot.marks) {
+    if (std::isfinite(mark.tMs)) tMax = std::max(tMax, mark.tMs);
+  }
+  if (!plot.tail.empty() && std::ranges::all_of(plot.tail, Finite)) {
+    tMax = std::max(tMax, TailEnd(plot.tail, levels.l0));
+  }
+  return TimeAxes(kWholeArea, EarliestTime(plot, levels), tMax, levels);
 }
 
-void DrawFrameAndAxes(std::ostringstream& svg, const Axes& axes) {
-  svg << "<g stroke=\"#e6e6e6\" stroke-width=\"1\">\n";
-  for (double level = axes.l0; level <= axes.l1 + 1e-9; level += 10.0) {
-    svg << "<line x1=\"" << Num(kLeft) << "\" y1=\"" << Num(axes.Y(level)) << "\" x2=\""
-        << Num(kRight) << "\" y2=\"" << Num(axes.Y(level)) << "\"/>\n";
+// The early part in detail: to 150 ms, or a little beyond the latest mark.
+PlotAxes EarlyAxes(const EtcPlotData& plot, const Levels& levels) {
+  double tMax = kEarlyEnd;
+  for (const EtcMark& mark : plot.marks) {
+    if (std::isfinite(mark.tMs)) tMax = std::max(tMax, 1.25 * mark.tMs);
   }
-  // Time ticks on the multiples of the step; the axis itself starts a little before the
-  // earliest time.
-  const double firstTick = std::ceil(axes.t0 / axes.tStep) * axes.tStep;
-  const int nTicks = static_cast<int>(std::floor((axes.t1 - firstTick) / axes.tStep + 1e-9));
-  for (int i = 0; i <= nTicks; ++i) {
-    const double x = axes.X(firstTick + i * axes.tStep);
-    svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kTop) << "\" x2=\"" << Num(x) << "\" y2=\""
-        << Num(kBottom) << "\"/>\n";
-  }
-  svg << "</g>\n";
-
-  svg << "<g font-size=\"12\" fill=\"#333\">\n";
-  for (int i = 0; i <= nTicks; ++i) {
-    const double t = firstTick + i * axes.tStep;
-    const double x = axes.X(t);
-    svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kBottom) << "\" x2=\"" << Num(x)
-        << "\" y2=\"" << Num(kBottom + 5) << "\" stroke=\"#333\"/>\n";
-    Text(svg, x, kBottom + 19, Num(std::abs(t) < 1e-9 ? 0.0 : t), "text-anchor=\"middle\"");
-  }
-  for (double level = axes.l0; level <= axes.l1 + 1e-9; level += 10.0) {
-    const double y = axes.Y(level);
-    svg << "<line x1=\"" << Num(kLeft - 5) << "\" y1=\"" << Num(y) << "\" x2=\"" << Num(kLeft)
-        << "\" y2=\"" << Num(y) << "\" stroke=\"#333\"/>\n";
-    Text(svg, kLeft - 8, y + 4, Num(level), "text-anchor=\"end\"");
-  }
-  svg << "</g>\n";
-  Text(svg, (kLeft + kRight) / 2, kHeight - 22, "Time [ms]",
-       "text-anchor=\"middle\" font-size=\"13\" fill=\"#222\"");
-  svg << "<text transform=\"translate(" << Num(24) << " " << Num((kTop + kBottom) / 2)
-      << ") rotate(-90)\" text-anchor=\"middle\" font-size=\"13\" fill=\"#222\">Level "
-         "[dB]</text>\n";
+  return TimeAxes(kEarlyArea, EarliestTime(plot, levels), tMax, levels);
 }
 
-void DrawBins(std::ostringstream& svg, const Axes& axes, const std::vector<double>& binLevels) {
-  if (binLevels.empty()) return;
-  std::string path;
-  bool open = false;
-  for (std::size_t k = 0; k < binLevels.size(); ++k) {
-    const double level = binLevels[k];
-    const double xa = axes.X(static_cast<double>(k) - 1.0);
-    const double xb = axes.X(static_cast<double>(k));
-    if (!std::isfinite(level) || level <= axes.l0) {
-      if (open) path += "L" + Num(xa) + " " + Num(kBottom) + "Z";
-      open = false;
+void DrawTail(const PlotCanvas& canvas, const PlotAxes& axes, const std::vector<EtcPoint>& tail) {
+  if (tail.empty() || !std::ranges::all_of(tail, Finite)) return;
+  cairo_t* cr = canvas.Cairo();
+  const double bottom = axes.Area().y1 + 2.0;  // below the frame, hidden by the clip
+  cairo_save(cr);
+  cairo_move_to(cr, axes.PageX(tail.front().tMs), bottom);
+  for (const EtcPoint& p : tail) {
+    cairo_line_to(cr, axes.PageX(p.tMs), std::min(axes.PageY(p.dLevel), bottom));
+  }
+  cairo_line_to(cr, axes.PageX(tail.back().tMs), bottom);
+  cairo_close_path(cr);
+  cairo_set_source_rgba(cr, kTailColour.r, kTailColour.g, kTailColour.b, 0.3);
+  cairo_fill(cr);
+  cairo_move_to(cr, axes.PageX(tail.front().tMs), bottom);
+  for (const EtcPoint& p : tail) {
+    cairo_line_to(cr, axes.PageX(p.tMs), std::min(axes.PageY(p.dLevel), bottom));
+  }
+  cairo_set_source_rgb(cr, kTailColour.r, kTailColour.g, kTailColour.b);
+  cairo_set_line_width(cr, 1.2);
+  cairo_stroke(cr);
+  cairo_restore(cr);
+}
+
+// The loudest level per column of the plot area; -inf for an empty column.
+std::vector<double> LoudestPerColumn(const PlotAxes& axes, const EtcPlotData& plot,
+                                     ArrivalKind eKind) {
+  const Box& area = axes.Area();
+  const auto columns = static_cast<std::size_t>((area.x1 - area.x0) / kColumnWidth) + 1;
+  std::vector<double> loudest(columns, -std::numeric_limits<double>::infinity());
+  for (const EtcArrival& a : plot.arrivals) {
+    if (a.eKind != eKind || !std::isfinite(a.tMs) || !std::isfinite(a.dLevel) ||
+        a.dLevel <= axes.Y0()) {
       continue;
     }
-    const double y = axes.Y(std::min(level, axes.l1));
-    if (!open) path += "M" + Num(xa) + " " + Num(kBottom);
-    path += "L" + Num(xa) + " " + Num(y) + "L" + Num(xb) + " " + Num(y);
-    open = true;
+    const double column = std::round((axes.PageX(a.tMs) - area.x0) / kColumnWidth);
+    if (column < 0.0 || column >= static_cast<double>(columns)) continue;
+    double& level = loudest[static_cast<std::size_t>(column)];
+    level = std::max(level, std::min(a.dLevel, axes.Y1()));
   }
-  if (open) {
-    path +=
-        "L" + Num(axes.X(static_cast<double>(binLevels.size()) - 1.0)) + " " + Num(kBottom) + "Z";
-  }
-  if (path.empty()) return;
-  svg << "<path d=\"" << path << "\" fill=\"" << kBinColour << "\" fill-opacity=\"0.16\" stroke=\""
-      << kBinColour << "\" stroke-width=\"1\" stroke-linejoin=\"round\"/>\n";
+  return loudest;
 }
 
-void DrawArrivals(std::ostringstream& svg, const Axes& axes, const EtcPlotData& plot,
-                  ArrivalKind eKind, const char* colour, double width) {
-  bool any = false;
-  for (const EtcArrival& arrival : plot.arrivals) {
-    if (arrival.eKind != eKind || !std::isfinite(arrival.tMs) || !std::isfinite(arrival.dLevel) ||
-        arrival.dLevel <= axes.l0) {
-      continue;
-    }
-    if (!any) {
-      svg << "<g stroke=\"" << colour << "\" stroke-width=\"" << Num(width) << "\" fill=\""
-          << colour << "\">\n";
-      any = true;
-    }
-    const double x = axes.X(arrival.tMs);
-    const double y = axes.Y(arrival.dLevel);
-    svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kBottom) << "\" x2=\"" << Num(x)
-        << "\" y2=\"" << Num(y) << "\"/>\n";
-    if (eKind == ArrivalKind::kDirect) {
-      svg << "<circle cx=\"" << Num(x) << "\" cy=\"" << Num(y) << "\" r=\"3.5\"/>\n";
-    }
+void DrawArrivals(const PlotCanvas& canvas, const PlotAxes& axes, const EtcPlotData& plot,
+                  ArrivalKind eKind) {
+  const bool bDirect = eKind == ArrivalKind::kDirect;
+  const Rgb colour = bDirect ? kDirectColour : kReflectionColour;
+  const std::vector<double> loudest = LoudestPerColumn(axes, plot, eKind);
+  cairo_t* cr = canvas.Cairo();
+  cairo_save(cr);
+  cairo_set_source_rgb(cr, colour.r, colour.g, colour.b);
+  cairo_set_line_width(cr, bDirect ? 2.2 : 1.1);
+  for (std::size_t c = 0; c < loudest.size(); ++c) {
+    if (!std::isfinite(loudest[c])) continue;
+    const double x = axes.Area().x0 + static_cast<double>(c) * kColumnWidth;
+    cairo_move_to(cr, x, axes.Area().y1);
+    cairo_line_to(cr, x, axes.PageY(loudest[c]));
   }
-  if (any) svg << "</g>\n";
+  cairo_stroke(cr);
+  if (bDirect) {
+    for (std::size_t c = 0; c < loudest.size(); ++c) {
+      if (!std::isfinite(loudest[c])) continue;
+      const double x = axes.Area().x0 + static_cast<double>(c) * kColumnWidth;
+      cairo_new_sub_path(cr);
+      cairo_arc(cr, x, axes.PageY(loudest[c]), 3.5, 0.0, 2.0 * std::numbers::pi);
+    }
+    cairo_fill(cr);
+  }
+  cairo_restore(cr);
 }
 
-void DrawMarks(std::ostringstream& svg, const Axes& axes, const std::vector<EtcMark>& marks) {
+// A label's place: its anchor point and side.
+struct LabelPlace {
+  double x, y;
+  Anchor eAnchor;
+  Box box;
+};
+
+// Each label goes beside its line (right, else left), in the first row from the top where it
+// keeps clear of the labels already placed and of the other marks' lines; where no row near
+// the top has such a place, in the first row clear of the labels alone.
+std::vector<LabelPlace> PlaceMarkLabels(const PlotCanvas& canvas, const Box& area,
+                                        const std::vector<double>& xs,
+                                        const std::vector<std::string>& labels) {
+  constexpr double kRowHeight = 16.0;
+  constexpr double kGap = 2.0;
+  constexpr int kRowsNearTop = 4;
+  const int nRows = std::max(1, static_cast<int>((area.y1 - area.y0 - 8.0) / kRowHeight));
+  const TextStyle style{.dSize = 11.0};
+  std::vector<LabelPlace> placed;
+  for (std::size_t i = 0; i < xs.size(); ++i) {
+    const auto candidate = [&](int row, Anchor eAnchor) {
+      const double y = area.y0 + 14.0 + kRowHeight * row;
+      const double x = eAnchor == Anchor::kStart ? xs[i] + 4.0 : xs[i] - 4.0;
+      TextStyle side = style;
+      side.eAnchor = eAnchor;
+      return LabelPlace{x, y, eAnchor, canvas.Measure(x, y, labels[i], side)};
+    };
+    const auto fits = [&](const LabelPlace& p, bool bClearOfLines) {
+      if (p.box.x0 < area.x0 + kGap || p.box.x1 > area.x1 - kGap) return false;
+      if (std::ranges::any_of(placed,
+                              [&](const LabelPlace& q) { return p.box.Overlaps(q.box, kGap); })) {
+        return false;
+      }
+      return !bClearOfLines || std::ranges::none_of(xs, [&](double x) {
+        return x > p.box.x0 - kGap && x < p.box.x1 + kGap;
+      });
+    };
+    std::optional<LabelPlace> chosen;
+    for (const bool bClearOfLines : {true, false}) {
+      for (int row = 0; row < (bClearOfLines ? kRowsNearTop : nRows) && !chosen; ++row) {
+        for (const Anchor eAnchor : {Anchor::kStart, Anchor::kEnd}) {
+          const LabelPlace p = candidate(row, eAnchor);
+          if (fits(p, bClearOfLines)) {
+            chosen = p;
+            break;
+          }
+        }
+      }
+      if (chosen) break;
+    }
+    // More labels than rows: the last row takes the rest.
+    placed.push_back(chosen.value_or(candidate(nRows - 1, Anchor::kStart)));
+  }
+  return placed;
+}
+
+void DrawMarks(PlotCanvas& canvas, const PlotAxes& axes, const std::vector<EtcMark>& marks) {
   std::vector<const EtcMark*> visible;
   for (const EtcMark& mark : marks) {
-    if (std::isfinite(mark.tMs) && mark.tMs >= axes.t0 && mark.tMs <= axes.t1) {
+    if (std::isfinite(mark.tMs) && mark.tMs >= axes.X0() && mark.tMs <= axes.X1()) {
       visible.push_back(&mark);
     }
   }
-  std::stable_sort(visible.begin(), visible.end(),
-                   [](const EtcMark* a, const EtcMark* b) { return a->tMs < b->tMs; });
-  // Labels sit just right of their line, in the first row where they do not run into the
-  // label before them.
-  std::vector<double> rowEnds;
+  std::ranges::stable_sort(visible, {}, &EtcMark::tMs);
+  const Box& area = axes.Area();
+  std::vector<double> xs;
+  std::vector<std::string> labels;
   for (const EtcMark* mark : visible) {
-    const double x = axes.X(mark->tMs);
-    const double width = kCharWidth * static_cast<double>(mark->sLabel.size()) + 8.0;
-    std::size_t row = 0;
-    while (row < rowEnds.size() && rowEnds[row] > x) ++row;
-    if (row == rowEnds.size()) rowEnds.push_back(0.0);
-    rowEnds[row] = x + width;
-    const std::string colour = mark->sColour.empty() ? "#444" : mark->sColour;
-    svg << "<line x1=\"" << Num(x) << "\" y1=\"" << Num(kTop) << "\" x2=\"" << Num(x) << "\" y2=\""
-        << Num(kBottom) << "\" stroke=\"" << XmlEscape(colour)
-        << "\" stroke-width=\"1.2\" stroke-dasharray=\"6 4\"/>\n";
-    Text(svg, x + 4, kTop + 14 + 15 * static_cast<double>(row), mark->sLabel,
-         "font-size=\"12\" fill=\"" + XmlEscape(colour) +
-             "\" stroke=\"#fff\" stroke-width=\"3\" paint-order=\"stroke\"");
+    xs.push_back(axes.PageX(mark->tMs));
+    labels.push_back(mark->sLabel);
+    canvas.Line(xs.back(), area.y0, xs.back(), area.y1, kMarkColour, 1.1, true);
+  }
+  const std::vector<LabelPlace> places = PlaceMarkLabels(canvas, area, xs, labels);
+  for (std::size_t i = 0; i < places.size(); ++i) {
+    canvas.Text(
+        places[i].x, places[i].y, labels[i],
+        {.dSize = 11.0, .colour = kMarkColour, .bBacked = true, .eAnchor = places[i].eAnchor});
   }
 }
 
-void DrawLegend(std::ostringstream& svg, const EtcPlotData& plot) {
-  struct Entry {
-    const char* label;
-    const char* colour;
-    bool bin;
-  };
-  std::vector<Entry> entries;
+void DrawLegend(PlotCanvas& canvas, const EtcPlotData& plot) {
   const auto has = [&](ArrivalKind eKind) {
-    return std::any_of(plot.arrivals.begin(), plot.arrivals.end(),
-                       [&](const EtcArrival& a) { return a.eKind == eKind; });
+    return std::ranges::any_of(plot.arrivals,
+                               [&](const EtcArrival& a) { return a.eKind == eKind; });
   };
-  if (has(ArrivalKind::kDirect)) entries.push_back({"Direct sound", kDirectColour, false});
-  if (has(ArrivalKind::kReflection)) entries.push_back({"Reflections", kReflectionColour, false});
-  if (has(ArrivalKind::kTail)) entries.push_back({"Tail", kTailColour, false});
-  if (!plot.binLevels.empty()) entries.push_back({"1 ms bins", kBinColour, true});
-  // Right-aligned on the title's line, from the last entry backwards.
-  double x = kRight;
-  const double y = 32.0;
-  svg << "<g font-size=\"12\" fill=\"#333\">\n";
-  for (std::size_t i = entries.size(); i-- > 0;) {
-    const Entry& entry = entries[i];
-    const double textWidth = kCharWidth * static_cast<double>(std::string(entry.label).size());
-    const double start = x - textWidth - 24.0;
-    if (entry.bin) {
-      svg << "<rect x=\"" << Num(start) << "\" y=\"" << Num(y - 9) << "\" width=\"16\" "
-          << "height=\"10\" fill=\"" << entry.colour << "\" fill-opacity=\"0.16\" stroke=\""
-          << entry.colour << "\"/>\n";
-    } else {
-      svg << "<line x1=\"" << Num(start + 8) << "\" y1=\"" << Num(y - 11) << "\" x2=\""
-          << Num(start + 8) << "\" y2=\"" << Num(y + 2) << "\" stroke=\"" << entry.colour
-          << "\" stroke-width=\"2.5\"/>\n";
-    }
-    Text(svg, start + 22, y, entry.label, "");
-    x = start - 18.0;
+  std::vector<LegendEntry> entries;
+  if (has(ArrivalKind::kDirect)) {
+    entries.push_back({"Direct sound", kDirectColour, LegendEntry::Sample::kDot});
   }
-  svg << "</g>\n";
+  if (has(ArrivalKind::kReflection)) {
+    entries.push_back({"Reflections", kReflectionColour, LegendEntry::Sample::kLine});
+  }
+  if (!plot.tail.empty()) {
+    entries.push_back({"Tail, energy per ms", kTailColour, LegendEntry::Sample::kArea});
+  }
+  canvas.Legend(kWholeArea.x1, 32.0, entries);
+}
+
+void DrawPanel(PlotCanvas& canvas, const PlotAxes& axes, const EtcPlotData& plot,
+               const std::string& sCaption, const std::string& sTimeTitle, bool bMarks) {
+  const Box& area = axes.Area();
+  canvas.Text(area.x0, area.y0 - 7.0, sCaption,
+              {.dSize = 11.5, .colour = {0.13, 0.13, 0.13}, .bBold = true});
+  axes.DrawGridAndTicks(canvas, sTimeTitle, "Level [dB]");
+  {
+    const ClipScope clip(canvas.Cairo(), area);
+    DrawTail(canvas, axes, plot.tail);
+  }
+  // Arrivals fall into the columns of the area by construction; the dots of direct sounds near
+  // the top may stand over the frame.
+  DrawArrivals(canvas, axes, plot, ArrivalKind::kReflection);
+  DrawArrivals(canvas, axes, plot, ArrivalKind::kDirect);
+  if (plot.arrivals.empty() && plot.tail.empty()) {
+    canvas.Text((area.x0 + area.x1) / 2.0, (area.y0 + area.y1) / 2.0, "no arrivals in this band",
+                {.dSize = 14.0, .colour = {0.5, 0.5, 0.5}, .eAnchor = Anchor::kMiddle});
+  }
+  if (bMarks) DrawMarks(canvas, axes, plot.marks);
+  axes.DrawFrame(canvas);
 }
 
 }  // namespace
 
 std::vector<EtcMark> StandardEtcMarks(std::optional<double> tSplit) {
-  std::vector<EtcMark> marks{{0.0, "tRef", "#222222"},
-                             {7.0, "7 ms", "#2ca02c"},
-                             {50.0, "50 ms", "#9467bd"},
-                             {80.0, "80 ms", "#8c564b"}};
-  if (tSplit) marks.push_back({*tSplit, "tSplit = " + Num(*tSplit) + " ms", "#e377c2"});
+  std::vector<EtcMark> marks{{0.0, "tRef"}, {7.0, "7 ms"}, {50.0, "50 ms"}, {80.0, "80 ms"}};
+  if (tSplit) marks.push_back({*tSplit, "tSplit " + Ms(*tSplit) + " ms"});
   return marks;
 }
 
-std::string XmlEscape(const std::string& sText) {
-  std::string escaped;
-  escaped.reserve(sText.size());
-  for (const char c : sText) {
-    switch (c) {
-      case '&':
-        escaped += "&amp;";
-        break;
-      case '<':
-        escaped += "&lt;";
-        break;
-      case '>':
-        escaped += "&gt;";
-        break;
-      case '"':
-        escaped += "&quot;";
-        break;
-      case '\'':
-        escaped += "&apos;";
-        break;
-      default:
-        // Control characters other than tab and line ends are not allowed in XML at all.
-        if (static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\n' && c != '\r') {
-          escaped += ' ';
-        } else {
-          escaped += c;
-        }
-    }
+PlotLayout DrawEtc(cairo_t* cr, const EtcPlotData& plot) {
+  PlotCanvas canvas(cr);
+  cairo_set_source_rgb(cr, 1.0, 1.0, 1.0);
+  cairo_paint(cr);
+  canvas.Text(kWholeArea.x0, 32.0, "Energy-time curve, " + plot.sBandLabel,
+              {.dSize = 18.0, .colour = {0.13, 0.13, 0.13}, .bBold = true});
+  if (!plot.sSubtitle.empty()) {
+    canvas.Text(kWholeArea.x0, 54.0, plot.sSubtitle, {.dSize = 11.5, .colour = {0.4, 0.4, 0.4}});
   }
-  return escaped;
-}
-
-std::string EtcSvg(const EtcPlotData& plot) {
-  const Axes axes = ChooseAxes(plot);
-  std::ostringstream svg;
-  svg << "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
-      << "<svg xmlns=\"http://www.w3.org/2000/svg\" width=\"" << Num(kWidth) << "\" height=\""
-      << Num(kHeight) << "\" viewBox=\"0 0 " << Num(kWidth) << " " << Num(kHeight)
-      << "\" font-family=\"DejaVu Sans, Helvetica, Arial, sans-serif\">\n";
-  svg << "<title>" << XmlEscape("Energy-time curve, " + plot.sBandLabel) << "</title>\n";
-  svg << "<defs><clipPath id=\"plot-area\"><rect x=\"" << Num(kLeft) << "\" y=\"" << Num(kTop)
-      << "\" width=\"" << Num(kRight - kLeft) << "\" height=\"" << Num(kBottom - kTop)
-      << "\"/></clipPath></defs>\n";
-  svg << "<rect width=\"100%\" height=\"100%\" fill=\"#ffffff\"/>\n";
-  Text(svg, kLeft, 32, "Energy-time curve, " + plot.sBandLabel,
-       "font-size=\"18\" font-weight=\"bold\" fill=\"#222\"");
-  if (!plot.sSubtitle.empty())
-    Text(svg, kLeft, 54, plot.sSubtitle, "font-size=\"12\" fill=\"#666\"");
-  DrawLegend(svg, plot);
-  DrawFrameAndAxes(svg, axes);
-
-  svg << "<g clip-path=\"url(#plot-area)\">\n";
-  DrawBins(svg, axes, plot.binLevels);
-  DrawArrivals(svg, axes, plot, ArrivalKind::kTail, kTailColour, 1.0);
-  DrawArrivals(svg, axes, plot, ArrivalKind::kReflection, kReflectionColour, 1.4);
-  DrawArrivals(svg, axes, plot, ArrivalKind::kDirect, kDirectColour, 2.2);
-  svg << "</g>\n";
-  if (plot.arrivals.empty() && plot.binLevels.empty()) {
-    Text(svg, (kLeft + kRight) / 2, (kTop + kBottom) / 2, "no arrivals in this band",
-         "text-anchor=\"middle\" font-size=\"14\" fill=\"#888\" stroke=\"#fff\" stroke-width=\"4\" "
-         "paint-order=\"stroke\"");
-  }
-  DrawMarks(svg, axes, plot.marks);
-  svg << "<rect x=\"" << Num(kLeft) << "\" y=\"" << Num(kTop) << "\" width=\""
-      << Num(kRight - kLeft) << "\" height=\"" << Num(kBottom - kTop)
-      << "\" fill=\"none\" stroke=\"#333\" stroke-width=\"1\"/>\n";
-  svg << "</svg>\n";
-  return svg.str();
+  DrawLegend(canvas, plot);
+  const Levels levels = ChooseLevels(plot);
+  const PlotAxes whole = WholeAxes(plot, levels);
+  const PlotAxes early = EarlyAxes(plot, levels);
+  const std::string sTimeTitle =
+      std::isfinite(plot.tRef)
+          ? "Time after tRef [ms]   (tRef = " + Ms(plot.tRef) + " ms after emission)"
+          : "Time after tRef [ms]";
+  DrawPanel(canvas, whole, plot, "Whole response", "Time after tRef [ms]", false);
+  DrawPanel(canvas, early, plot, "Early part", sTimeTitle, true);
+  return {whole.X0(), whole.X1(), whole.Y0(), whole.Y1(), canvas.Texts()};
 }
 
 }  // namespace zyra::tool

@@ -8,154 +8,179 @@
 #include <fstream>
 #include <regex>
 #include <sstream>
-#include <stdexcept>
-#include <string_view>
-#include <vector>
 
 #include <gtest/gtest.h>
 
 #include "tools/commands.h"
+#include "tools/plot_data.h"
+#include "tools/response_session.h"
 
 namespace zyra::tool {
 namespace {
 
-// Just enough XML to judge a picture: every '&' starts one of the five entities, attribute
-// values are quoted without '<', tags nest. Answers the elements (name, opening tag, text as
-// written); throws on anything malformed.
-struct Element {
-  std::string name, tag, text;
-};
+namespace fs = std::filesystem;
 
-std::vector<Element> ReadXml(const std::string& xml) {
-  const auto fail = [](const std::string& what) { throw std::runtime_error(what); };
-  for (std::size_t a = xml.find('&'); a != std::string::npos; a = xml.find('&', a + 1)) {
-    const auto starts = [&](std::string_view e) { return xml.compare(a, e.size(), e) == 0; };
-    const std::string_view entities[] = {"&amp;", "&lt;", "&gt;", "&quot;", "&apos;"};
-    if (!std::ranges::any_of(entities, starts)) fail("bad &");
-  }
-  // Tags are matched with their attribute values emptied, so the pattern only sees short text.
-  static const std::regex kTag(R"(<(/?)([\w:-]+)(?:\s+[\w:-]+="")*\s*(/?)>)");
-  std::vector<Element> elements;
-  std::vector<std::size_t> open;
-  std::size_t pos = xml.starts_with("<?xml") ? xml.find("?>") + 2 : 0;
-  while (pos < xml.size()) {
-    const std::size_t lt = std::min(xml.find('<', pos), xml.size());
-    const std::string text = xml.substr(pos, lt - pos);
-    if (text.find('>') != std::string::npos ||
-        (open.empty() && text.find_first_not_of(" \n") != std::string::npos)) {
-      fail("stray text " + text);
-    }
-    if (!open.empty()) elements[open.back()].text += text;
-    if (lt == xml.size()) break;
-    std::string tag = "<";
-    std::size_t i = lt + 1;
-    for (; i < xml.size() && xml[i] != '>'; ++i) {
-      tag += xml[i];
-      if (xml[i] != '"') continue;
-      const std::size_t close = xml.find('"', i + 1);
-      if (close == std::string::npos || xml.find('<', i) < close) fail("bad value");
-      tag += '"';
-      i = close;
-    }
-    std::smatch m;
-    tag += '>';
-    if (!std::regex_match(tag, m, kTag)) fail("bad tag " + tag);
-    if (m[1].length() > 0) {
-      if (open.empty() || elements[open.back()].name != m[2]) fail("unbalanced " + tag);
+// Tags nest and close, and every '&' starts an entity: enough to know a browser will take it.
+bool WellFormedXml(const std::string& xml) {
+  static const std::regex kEntity(R"(&(amp|lt|gt|quot|apos|#[0-9]+|#x[0-9a-fA-F]+);)");
+  static const std::regex kTag(
+      R"(<(/?)([A-Za-z][\w:.-]*)(?:\s[^<>]*?)?(/?)>|<\?[^<>]*\?>|<!--[^]*?-->)");
+  std::vector<std::string> open;
+  std::size_t end = 0;
+  for (std::sregex_iterator m(xml.begin(), xml.end(), kTag), none; m != none; ++m) {
+    const std::string between = xml.substr(end, static_cast<std::size_t>(m->position()) - end);
+    if (between.find_first_of("<>") != std::string::npos) return false;
+    end = static_cast<std::size_t>(m->position() + m->length());
+    if ((*m)[2].length() == 0) continue;  // declaration or comment
+    if ((*m)[1].length() > 0) {
+      if (open.empty() || open.back() != (*m)[2]) return false;
       open.pop_back();
-    } else {
-      elements.push_back({m[2], xml.substr(lt, i + 1 - lt), ""});
-      if (m[3].length() == 0) open.push_back(elements.size() - 1);
-    }
-    pos = i + 1;
-  }
-  if (!open.empty()) fail("unclosed " + elements[open.back()].name);
-  return elements;
-}
-
-// The texts of the <text> elements (with the given anchor, when one is given).
-std::vector<std::string> Texts(const std::vector<Element>& elements, const std::string& anchor) {
-  std::vector<std::string> texts;
-  for (const Element& e : elements) {
-    if (e.name == "text" &&
-        (anchor.empty() || e.tag.find("text-anchor=\"" + anchor) != std::string::npos)) {
-      texts.push_back(e.text);
+    } else if ((*m)[3].length() == 0) {
+      open.push_back((*m)[2]);
     }
   }
-  return texts;
+  const std::string text = std::regex_replace(xml, kEntity, "");
+  return open.empty() && end > 0 && xml.find_first_of("<>", end) == std::string::npos &&
+         text.find('&') == std::string::npos;
 }
 
-bool Has(const std::vector<std::string>& texts, const std::string& text) {
-  return std::ranges::find(texts, text) != texts.end();
+std::string Text(const std::vector<uint8_t>& bytes) {
+  return {bytes.begin(), bytes.end()};
 }
 
-int Count(const std::vector<Element>& elements, const std::string& name) {
-  return static_cast<int>(std::ranges::count(elements, name, &Element::name));
-}
-
-TEST(EtcSvgTest, WellFormedWithAxesTitleLegendAndMarks) {
-  for (const char* bad : {"<svg><g></svg></g>", "<svg a=1/>", "<svg>&nbsp;</svg>", "<svg>"}) {
-    EXPECT_THROW(ReadXml(bad), std::runtime_error) << bad;  // the checker itself
+// Each format parses as itself: the PNG decodes to the page times its scale, the PDF has its
+// header and end, the SVG is well-formed XML whose root is an svg element.
+void ExpectPictureParses(PictureFormat eFormat, const std::vector<uint8_t>& bytes) {
+  switch (eFormat) {
+    case PictureFormat::kPng: {
+      std::size_t pos = 0;
+      const auto read = [](void* closure, unsigned char* data, unsigned int length) {
+        auto* state = static_cast<std::pair<const std::vector<uint8_t>*, std::size_t*>*>(closure);
+        if (*state->second + length > state->first->size()) return CAIRO_STATUS_READ_ERROR;
+        std::copy_n(state->first->data() + *state->second, length, data);
+        *state->second += length;
+        return CAIRO_STATUS_SUCCESS;
+      };
+      std::pair<const std::vector<uint8_t>*, std::size_t*> state{&bytes, &pos};
+      cairo_surface_t* png = cairo_image_surface_create_from_png_stream(read, &state);
+      EXPECT_EQ(cairo_surface_status(png), CAIRO_STATUS_SUCCESS);
+      EXPECT_EQ(cairo_image_surface_get_width(png), kEtcPictureSize.dWidth * kPngScale);
+      EXPECT_EQ(cairo_image_surface_get_height(png), kEtcPictureSize.dHeight * kPngScale);
+      cairo_surface_destroy(png);
+      break;
+    }
+    case PictureFormat::kPdf:
+      EXPECT_TRUE(Text(bytes).starts_with("%PDF-1."));
+      EXPECT_NE(Text(bytes).rfind("%%EOF"), std::string::npos);
+      break;
+    case PictureFormat::kSvg:
+      EXPECT_TRUE(WellFormedXml(Text(bytes)));
+      EXPECT_NE(Text(bytes).find("<svg "), std::string::npos);
+      break;
   }
+}
+
+TEST(PictureTest, ExtensionChoosesTheFormat) {
+  EXPECT_FALSE(WellFormedXml("<svg><g></svg></g>"));  // the checker itself
+  EXPECT_FALSE(WellFormedXml("<svg>&nbsp;</svg>"));
+  EXPECT_TRUE(WellFormedXml("<?xml version=\"1.0\"?>\n<svg a=\"1\"><g/>&amp;</svg>\n"));
+  const struct {
+    const char* path;
+    std::optional<PictureFormat> format;
+  } rows[] = {
+      {"etc.svg", PictureFormat::kSvg},
+      {"out/E.PNG", PictureFormat::kPng},
+      {"a.b.pdf", PictureFormat::kPdf},
+      {"etc.gif", std::nullopt},
+      {".svg", std::nullopt},
+      {"dir.svg/etc", std::nullopt},
+      {"etc", std::nullopt},
+  };
+  for (const auto& row : rows) EXPECT_EQ(PictureFormatOf(row.path), row.format) << row.path;
+  EXPECT_EQ(ExtensionOf("dir.v2/etc.Gif"), ".Gif");
+}
+
+// Crowded marks (a split at 48 ms runs into the 50 ms label) and a two-second tail: every text
+// keeps clear of every other and stays on the page, the time axis names tRef, and the tail is
+// followed until it leaves the level axis.
+TEST(EtcPlotTest, LabelsKeepClearAndTheTailRunsToTheAxisBottom) {
   EtcPlotData plot;
   plot.sBandLabel = "1000 Hz";
-  plot.sSubtitle = "Probe <A&B> \"stalls\" 'left'";
-  plot.arrivals = {{0.0, 84.3, ArrivalKind::kDirect},
-                   {2.5, 80.0, ArrivalKind::kDirect},
-                   {12.0, 70.0, ArrivalKind::kReflection},
-                   {35.0, 20.0, ArrivalKind::kReflection},  // below the 60 dB range
-                   {130.0, 50.0, ArrivalKind::kTail}};
-  plot.marks = StandardEtcMarks(62.5);
-  plot.binLevels = {80.0, 75.0, std::nan(""), 60.0};
-  const std::string svg = EtcSvg(plot);
-  std::vector<Element> elements;
-  ASSERT_NO_THROW(elements = ReadXml(svg)) << svg;
-  EXPECT_EQ(elements.at(0).name, "svg");
-  const std::vector<std::string> texts = Texts(elements, "");
-  for (const char* text :
-       {"Time [ms]", "Level [dB]", "Energy-time curve, 1000 Hz",
-        "Probe &lt;A&amp;B&gt; &quot;stalls&quot; &apos;left&apos;", "tRef", "tSplit = 62.5 ms",
-        "Direct sound", "Reflections", "Tail", "1 ms bins"}) {
-    EXPECT_TRUE(Has(texts, text)) << text;
+  plot.sSubtitle = "Probe <A&B> \"stalls\"";
+  plot.tRef = 70.67;
+  plot.arrivals = {{0.0, 72.0, ArrivalKind::kDirect},
+                   {2.5, 66.0, ArrivalKind::kDirect},
+                   {12.0, 63.0, ArrivalKind::kReflection},
+                   {35.0, 10.0, ArrivalKind::kReflection}};  // below the level axis
+  const double kRt = 2.0;
+  for (int n = 0; n <= 10; ++n)
+    plot.tail.push_back({135.0 + 200.0 * n * kRt / 2.0, 58.0 - 6.0 * n});
+  plot.marks = StandardEtcMarks(48.0);
+  for (const PictureFormat eFormat :
+       {PictureFormat::kSvg, PictureFormat::kPng, PictureFormat::kPdf}) {
+    PlotLayout layout;
+    const auto bytes =
+        RenderPicture(eFormat, kEtcPictureSize, [&](cairo_t* cr) { layout = DrawEtc(cr, plot); });
+    ExpectPictureParses(eFormat, bytes);
+    EXPECT_EQ(layout.y1, 80.0);  // the loudest level rounded up, 60 dB shown
+    EXPECT_EQ(layout.y0, 20.0);
+    // 58 dB at 135 ms falling 6 dB per 200 ms reaches 20 dB at 1401.7 ms.
+    EXPECT_GE(layout.x1, 1401.6);
+    EXPECT_LE(layout.x1, 1600.0);
+    const auto& texts = layout.texts;
+    for (std::size_t i = 0; i < texts.size(); ++i) {
+      const Box& a = texts[i].box;
+      EXPECT_TRUE(a.x0 >= 0 && a.y0 >= 0 && a.x1 <= kEtcPictureSize.dWidth &&
+                  a.y1 <= kEtcPictureSize.dHeight)
+          << texts[i].sText;
+      for (std::size_t j = i + 1; j < texts.size(); ++j) {
+        EXPECT_FALSE(a.Overlaps(texts[j].box)) << texts[i].sText << " | " << texts[j].sText;
+      }
+    }
+    for (const char* label : {"tRef", "7 ms", "tSplit 48 ms", "50 ms", "80 ms",
+                              "Time after tRef [ms]   (tRef = 70.7 ms after emission)"}) {
+      EXPECT_EQ(std::ranges::count(texts, std::string(label), &TextBox::sText), 1) << label;
+    }
   }
-  // Levels: the loudest arrival rounded up to 90 dB, 60 dB below it, a tick every 10 dB.
-  EXPECT_EQ(Texts(elements, "end"),
-            (std::vector<std::string>{"30", "40", "50", "60", "70", "80", "90"}));
-  EXPECT_TRUE(Has(Texts(elements, "middle"), "140"));
-  // One dot per direct sound; the arrival below the range is not drawn.
-  EXPECT_EQ(Count(elements, "circle"), 2);
-  EXPECT_EQ(Count(elements, "path"), 1);
-
   EtcPlotData empty;
   empty.marks = StandardEtcMarks(std::nullopt);
-  ASSERT_NO_THROW(elements = ReadXml(EtcSvg(empty)));
-  EXPECT_TRUE(Has(Texts(elements, ""), "Time [ms]"));
-  EXPECT_TRUE(Has(Texts(elements, ""), "no arrivals in this band"));
+  PlotLayout layout;
+  RenderPicture(PictureFormat::kSvg, kEtcPictureSize,
+                [&](cairo_t* cr) { layout = DrawEtc(cr, empty); });
+  EXPECT_EQ(
+      std::ranges::count(layout.texts, std::string("no arrivals in this band"), &TextBox::sText),
+      2);
 }
 
-// The plot command on the demo hall: one dot for each of the four direct sounds that count
-// (two main boxes, the fill and the array's pseudo sound, into which its members are summed).
-TEST(PlotCommandTest, DemoReflectogramIsValidSvg) {
-  namespace fs = std::filesystem;
+// The demo hall: the tail of a band starts at tHall (later than tDiff there) and ends 60 dB
+// down one reverberation time later; the plot command writes each format whole.
+TEST(PlotCommandTest, DemoTailAndPictures) {
   const fs::path dir = fs::temp_directory_path() / ("zyra-plot-" + std::to_string(getpid()));
   DemoOptions demo;
   demo.sOutDir = dir;
   ASSERT_EQ(RunDemo(demo), kExitSuccess);
-  for (const int32_t band : {11, 3}) {
-    PlotOptions plot;
-    plot.sFile = dir / "demo-hall.rsp";
-    plot.sOut = dir / "band.svg";
-    plot.iBand = band;
-    ASSERT_EQ(RunPlot(plot), kExitSuccess);
-    std::stringstream svg;
-    svg << std::ifstream(plot.sOut).rdbuf();
-    std::vector<Element> elements;
-    ASSERT_NO_THROW(elements = ReadXml(svg.str())) << band;
-    const std::vector<std::string> texts = Texts(elements, "");
-    EXPECT_TRUE(Has(texts, "Level [dB]") && Has(texts, "tSplit = 30 ms")) << band;
-    EXPECT_EQ(Count(elements, "circle"), 4) << band;
-    // The 1 ms bins exist for the three Alcons bands only.
-    EXPECT_EQ(Has(texts, "1 ms bins"), band != 3) << band;
+  CProbeRspClass file;
+  ASSERT_TRUE(IsCleanRead(ReadResponseFile(file, dir / "demo-hall.rsp", nullptr, nullptr)));
+  ASSERT_FALSE(PrepareResponse(file, nullptr).error);
+  const Evaluation evaluation = EvaluateResponse(file, false, {}, nullptr);
+  for (const int32_t band : {3, 11, 21}) {
+    const EtcPlotData plot = BuildEtcPlotData(file, evaluation, band, "");
+    ASSERT_FALSE(plot.tail.empty()) << band;
+    const double rt = file.ETC()->RTime(band);
+    EXPECT_DOUBLE_EQ(plot.tail.front().tMs,
+                     std::max(evaluation.results->tHall(), evaluation.results->tDiff()));
+    EXPECT_NEAR(plot.tail.back().tMs - plot.tail.front().tMs, 1000.0 * rt, 1e-9) << band;
+    EXPECT_NEAR(plot.tail.front().dLevel - plot.tail.back().dLevel, 60.0, 1e-6) << band;
+    EXPECT_EQ(std::ranges::count(plot.arrivals, ArrivalKind::kDirect, &EtcArrival::eKind), 4);
+  }
+  for (const char* name : {"etc.svg", "etc.png", "etc.pdf"}) {
+    PlotOptions options;
+    options.sFile = dir / "demo-hall.rsp";
+    options.sOut = dir / name;
+    ASSERT_EQ(RunPlot(options), kExitSuccess) << name;
+    std::ifstream in(options.sOut, std::ios::binary);
+    const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
+    ExpectPictureParses(*PictureFormatOf(name), bytes);
   }
   fs::remove_all(dir);
 }

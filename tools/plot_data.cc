@@ -4,26 +4,15 @@
 #include <cmath>
 #include <limits>
 
+#include "zyra/calc/counted_pulses.h"
+#include "zyra/calc/energy_time_response.h"
 #include "zyra/support/calculation.h"
 
 namespace zyra::tool {
 namespace {
 
-constexpr double kTailStepMs = 1.0;
-
-// The Alcons band of a third-octave band, -1 for none.
-int32_t AlconsBandOf(int32_t iBand) {
-  switch (iBand) {
-    case 8:
-      return 0;
-    case 11:
-      return 1;
-    case 14:
-      return 2;
-    default:
-      return -1;
-  }
-}
+// The tail is a straight line in dB; a few points draw it.
+constexpr int32_t kTailPoints = 64;
 
 double LevelOf(double dEnergy) {
   return dEnergy > 0.0 ? 10.0 * std::log10(dEnergy) : -std::numeric_limits<double>::infinity();
@@ -34,44 +23,54 @@ double LevelOf(double dEnergy) {
 EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& evaluation,
                              int32_t iBand, const std::string& sSubtitle) {
   const CCalcResults& r = *evaluation.results;
-  const CSystemResponse& rsp = *cFile.Rsp();
   EtcPlotData plot;
   plot.sBandLabel = std::to_string(GetTerzFrequency(iBand - 1)) + " Hz";
   plot.sSubtitle = sSubtitle;
-  double tEnd = 100.0;
-  for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
-    const CPulsClass& puls = *Required(rsp.Puls(i));
-    const double level = puls.GetSPLForCalc(iBand, false);
-    if (level <= 0.0) continue;
-    const double t = rsp.GetPulsArrival(i) - r.tRef();
+  plot.tRef = r.tRef();
+  // Exactly the pulses the evaluation counted, with the levels it counted them at.
+  CCountedPulses::Options options;
+  options.bIsWithReflections = evaluation.bWithReflections;
+  const CCountedPulses counted = CCountedPulses::Gather(cFile, options);
+  const int16_t* levels = counted.BandLevels(iBand);
+  for (std::size_t i = 0; i < counted.Count(); ++i) {
+    if (levels[i] <= 0) continue;
     plot.arrivals.push_back(
-        {t, level, puls.IsDirectSound() ? ArrivalKind::kDirect : ArrivalKind::kReflection});
-    tEnd = std::max(tEnd, t);
+        {counted.daArrival[i] - r.tRef(), levels[i] / 100.0,
+         counted.baIsDirectSound[i] != 0 ? ArrivalKind::kDirect : ArrivalKind::kReflection});
   }
-
-  // The statistical tail as the evaluation added it: from tDiff with reflections, else from
-  // tHall, decaying from tHall with the band's reverberation time.
-  const CETCInfoClass& etc = *cFile.ETC();
-  const double rt = etc.RTime(iBand);
-  const double eHall =
-      etc.IsWithTail_b() ? 0.0 : HallEnergy(etc.Absorp(iBand), etc.Power(iBand), rt, etc.Volume());
-  if (eHall > 0.0 && rt > 0.0) {
-    const double tStart = evaluation.bWithReflections ? r.tDiff() : r.tHall();
-    // To the last arrival, and at least 200 ms of the decay, so that the early part keeps room.
-    const double tStop = std::max(tEnd, r.tHall() + 200.0);
-    for (double t = tStart; t < tStop; t += kTailStepMs) {
-      const double e = eHall * DecayFraction(t, t + kTailStepMs, r.tHall(), rt);
-      if (e > 0.0) plot.arrivals.push_back({t, LevelOf(e), ArrivalKind::kTail});
-    }
-  }
-
-  const int32_t a = AlconsBandOf(iBand);
-  if (a >= 0) {
-    for (int32_t k = 0; k < CCalcResults::kTimeBinCount; ++k) {
-      plot.binLevels.push_back(LevelOf(r.Exx(k, a)));
+  // The statistical tail as the evaluation counts it, as energy per 1 ms until 60 dB down.
+  const CEnergyTimeResponse response(cFile, r, evaluation.bWithReflections);
+  const CBandTail& tail = response.Tail(iBand);
+  if (tail.Exists() && std::isfinite(tail.dEnergy)) {
+    const double tStop = std::min(tail.tStart + 1000.0 * tail.dRT, kTailEndTime);
+    for (int32_t n = 0; n <= kTailPoints; ++n) {
+      const double t = tail.tStart + (tStop - tail.tStart) * n / kTailPoints;
+      plot.tail.push_back({t, LevelOf(tail.EnergyBetween(t, t + 1.0))});
     }
   }
   plot.marks = StandardEtcMarks(r.tSplit());
+  return plot;
+}
+
+DecayPlotData BuildDecayPlotData(const CSchroederParameters& cDecays, int32_t iBand,
+                                 const std::string& sSubtitle) {
+  DecayPlotData plot;
+  plot.sSubtitle = sSubtitle;
+  if (iBand > 0) {
+    const std::string sBand = std::to_string(GetTerzFrequency(iBand - 1)) + " Hz";
+    plot.sTitle = "Schroeder decay, " + sBand;
+    plot.series.push_back({sBand, cDecays.DecayCurve(iBand), cDecays.Fit(iBand, SL_EDecay_T30)});
+  } else {
+    plot.sTitle = "Schroeder decay, octaves";
+    for (int32_t k = 1; k <= kOctaveCount; ++k) {
+      const double f = OctaveFrequency(k);
+      const std::string sOctave = f < 1000.0
+                                      ? std::to_string(static_cast<int>(f)) + " Hz"
+                                      : std::to_string(static_cast<int>(f / 1000.0)) + " kHz";
+      plot.series.push_back(
+          {sOctave, cDecays.OctaveDecayCurve(k), cDecays.OctaveFit(k, SL_EDecay_T30)});
+    }
+  }
   return plot;
 }
 

@@ -4,17 +4,20 @@
 #include <sstream>
 
 #include "tools/commands.h"
+#include "tools/decay_plot.h"
 #include "tools/demo_response.h"
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
 #include "tools/file_walk.h"
+#include "tools/picture.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
 #include "tools/response_session.h"
 #include "tools/save_image.h"
 #include "tools/synth_file.h"
+#include "zyra/calc/room_parameters.h"
 #include "zyra/support/calculation.h"
 
 namespace zyra::tool {
@@ -106,12 +109,46 @@ std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, b
   }
 }
 
-bool WriteText(const std::string& sTarget, const std::string& sText) {
-  std::string sMessage;
-  const auto* data = reinterpret_cast<const uint8_t*>(sText.data());
-  if (WriteFileAtomically(sTarget, std::span<const uint8_t>(data, sText.size()), sMessage)) {
-    return true;
+// The room-acoustic parameters of an evaluation, and their decay curves into cDecays when not
+// null; a run-time error or a cancel becomes the error line (and its JSON).
+std::optional<CParameterSet> EvaluateParameters(const std::string& sFile, const Session& session,
+                                                const Evaluation& evaluation,
+                                                const CParameterOptions& options,
+                                                TerminalProgress& progress, bool bJsonFailures,
+                                                CSchroederParameters* cDecays) {
+  try {
+    CParameterSet parameters =
+        CalculateParameters(session.file, *evaluation.results, options, &progress, cDecays);
+    progress.Done();
+    if (parameters.bIsCancelled) {
+      PrintErrorLine(sFile, "evaluation cancelled");
+      return std::nullopt;
+    }
+    return parameters;
+  } catch (const RuntimeError& error) {
+    progress.Done();
+    if (bJsonFailures) PrintJson(ErrorJson(ErrorInfoOf(error)));
+    PrintErrorLine(sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
+    return std::nullopt;
   }
+}
+
+// Draws the picture in the format of sTarget's extension and writes it whole.
+bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
+  const auto format = PictureFormatOf(sTarget);
+  if (!format) {
+    PrintErrorLine(sTarget, "not a picture format: '" + ExtensionOf(sTarget) + "'");
+    return false;
+  }
+  std::vector<uint8_t> bytes;
+  try {
+    bytes = RenderPicture(*format, size, draw);
+  } catch (const RuntimeError& error) {
+    PrintErrorLine(sTarget, ErrorText(ErrorInfoOf(error)));
+    return false;
+  }
+  std::string sMessage;
+  if (WriteFileAtomically(sTarget, bytes, sMessage)) return true;
   PrintErrorLine(sTarget, sMessage);
   return false;
 }
@@ -221,10 +258,23 @@ int RunEval(const EvalOptions& options) {
   const auto evaluation =
       Evaluate(options.sFile, session, options.bDirectOnly, alcons, progress, true);
   if (!evaluation) return kExitFailure;
+  // The parameters rest on the reflections; with the direct sound alone there are none.
+  std::optional<CParameterSet> parameters;
+  if (!options.bDirectOnly) {
+    CParameterOptions parameterOptions;
+    parameterOptions.dSchroederT1 = options.dFitUpper;
+    parameterOptions.dSchroederT2 = options.dFitLower;
+    parameterOptions.bWithNoise = options.bNoise;
+    parameterOptions.bMasking = options.bMasking;
+    parameters = EvaluateParameters(options.sFile, session, *evaluation, parameterOptions, progress,
+                                    true, nullptr);
+    if (!parameters) return kExitFailure;
+  }
+  const CParameterSet* shown = parameters ? &*parameters : nullptr;
   if (options.bJson) {
-    PrintJson(EvalJson(*evaluation));
+    PrintJson(EvalJson(*evaluation, shown));
   } else {
-    std::cout << EvalTable(*evaluation);
+    std::cout << EvalTable(*evaluation, shown);
   }
   return kExitSuccess;
 }
@@ -254,9 +304,32 @@ int RunPlot(const PlotOptions& options) {
   if (const int status = OpenAndPrepare(options.sFile, session, progress, false)) return status;
   const auto evaluation = Evaluate(options.sFile, session, false, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, options.iBand,
-                                            PlotSubtitle(session.file, options.sFile));
-  return WriteText(options.sOut, EtcSvg(plot)) ? kExitSuccess : kExitFailure;
+  const std::string sSubtitle = PlotSubtitle(session.file, options.sFile);
+  if (!options.bDecay) {
+    const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, options.iBand, sSubtitle);
+    const bool bWritten =
+        WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
+    return bWritten ? kExitSuccess : kExitFailure;
+  }
+  CSchroederParameters decays;
+  try {
+    const int32_t lResult =
+        decays.CalculateFit(session.file, *evaluation->results, true, &progress);
+    progress.Done();
+    if (lResult != 0) {
+      PrintErrorLine(options.sFile, "evaluation cancelled");
+      return kExitFailure;
+    }
+  } catch (const RuntimeError& error) {
+    progress.Done();
+    PrintErrorLine(options.sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
+    return kExitFailure;
+  }
+  const DecayPlotData plot =
+      BuildDecayPlotData(decays, options.bOneBand ? options.iBand : 0, sSubtitle);
+  const bool bWritten =
+      WritePicture(options.sOut, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, plot); });
+  return bWritten ? kExitSuccess : kExitFailure;
 }
 
 int RunSynth(const SynthOptions& options) {
@@ -288,8 +361,9 @@ int RunDemo(const DemoOptions& options) {
   }
   std::string sDir = options.sOutDir;
   if (!sDir.empty() && sDir.back() != '/') sDir += '/';
-  const std::string sResponse = sDir + "demo-hall.rsp";
-  const std::string sPlot = sDir + "demo-hall-etc.svg";
+  const DemoFiles files{sDir + "demo-hall.rsp", sDir + "demo-hall-etc.svg",
+                        sDir + "demo-hall-decay.svg"};
+  const std::string& sResponse = files.sResponse;
   {
     CProbeRspClass built;
     try {
@@ -310,10 +384,18 @@ int RunDemo(const DemoOptions& options) {
   if (const int status = OpenAndPrepare(sResponse, session, progress, false)) return status;
   const auto evaluation = Evaluate(sResponse, session, false, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, kDefaultPlotBand,
-                                            PlotSubtitle(session.file, sResponse));
-  if (!WriteText(sPlot, EtcSvg(plot))) return kExitFailure;
-  std::cout << DemoReport(session.file, *evaluation, sResponse, sPlot);
+  CSchroederParameters decays;
+  const auto parameters =
+      EvaluateParameters(sResponse, session, *evaluation, {}, progress, false, &decays);
+  if (!parameters) return kExitFailure;
+  const std::string sSubtitle = PlotSubtitle(session.file, sResponse);
+  const EtcPlotData etc = BuildEtcPlotData(session.file, *evaluation, kDefaultPlotBand, sSubtitle);
+  const DecayPlotData decay = BuildDecayPlotData(decays, 0, sSubtitle);
+  if (!WritePicture(files.sReflectogram, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, etc); }) ||
+      !WritePicture(files.sDecay, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, decay); })) {
+    return kExitFailure;
+  }
+  std::cout << DemoReport(session.file, *evaluation, *parameters, files);
   return kExitSuccess;
 }
 

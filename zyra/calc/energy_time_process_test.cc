@@ -6,7 +6,7 @@
 #include <cmath>
 #include <random>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {

@@ -9,7 +9,7 @@
 #include <numbers>
 #include <random>
 
-#include "tests/response_builder.h"
+#include "testing/response_builder.h"
 
 namespace zyra {
 namespace {

@@ -7,8 +7,8 @@
 #include <cmath>
 #include <functional>
 
-#include "tests/response_builder.h"
-#include "tests/test_support.h"
+#include "testing/response_builder.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {

@@ -8,8 +8,8 @@
 #include <random>
 #include <vector>
 
-#include "tests/response_builder.h"
-#include "tests/test_support.h"
+#include "testing/response_builder.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {

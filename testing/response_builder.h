@@ -1,8 +1,8 @@
 // A response built in memory for the calculation tests: one loudspeaker whose direct sound
 // arrives at 10 ms (tRef) without energy unless given, pulses added by time after it, level
 // and direction, and room data that give every band a tail.
-#ifndef ZYRA_TESTS_RESPONSE_BUILDER_H_
-#define ZYRA_TESTS_RESPONSE_BUILDER_H_
+#ifndef ZYRA_TESTING_RESPONSE_BUILDER_H_
+#define ZYRA_TESTING_RESPONSE_BUILDER_H_
 
 #include <gtest/gtest.h>
 
@@ -57,4 +57,4 @@ class ResponseBuilder {
 
 }  // namespace zyra::testing
 
-#endif  // ZYRA_TESTS_RESPONSE_BUILDER_H_
+#endif  // ZYRA_TESTING_RESPONSE_BUILDER_H_
