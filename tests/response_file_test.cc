@@ -114,33 +114,27 @@ void FillResponse(CProbeRspClass& rsp) {
   rsp.Pred()->SetLength1(800.0F);
 }
 
-struct BlockWalk {
+struct WalkedImage {
   int16_t nHdr;
   int32_t addr;
   std::string ids;  // "TEXT PROB ..." in file order
   bool onlyTheLastIsLast = true;
-  int32_t pulsHeaderAt = -1;
+  int64_t pulsHeaderAt = -1;
 };
 
-// The blocks of an image, found by stepping with each header's length.
-BlockWalk WalkBlocks(const std::vector<uint8_t>& bytes) {
-  ByteStream stream;
-  stream.LoadFromBytes(bytes);
-  stream.SetPosition(6);
-  BlockWalk walk{stream.ReadInt16(), 0, ""};
-  stream.SetPosition(26);
-  walk.addr = stream.ReadInt32();
-  for (int32_t position = 30; position < stream.GetLength();) {
-    stream.SetPosition(position);
-    CRspBlockHeaderClass header;
-    header.ReadFromByteStream(stream);
-    if (header.IDfx() == "PULS") walk.pulsHeaderAt = position;
-    walk.ids += (walk.ids.empty() ? "" : " ") + header.IDfx();
-    position += 20 + header.GetBlockLength();
-    const bool isLast = position >= stream.GetLength();
-    walk.onlyTheLastIsLast &= (header.flags() & kBlockFlagLast) == (isLast ? 1 : 0);
+// The blocks of an image as the reader's walk finds them.
+WalkedImage WalkBlocks(const std::vector<uint8_t>& bytes) {
+  BlockWalk walk(bytes);
+  WalkedImage image{walk.FileHeader().nHdr(), walk.FileHeader().addr(), ""};
+  while (walk.Next()) {
+    const WalkedBlock& block = walk.Block();
+    if (block.eKind == BlockKind::kPulses) image.pulsHeaderAt = block.lOffset;
+    image.ids += (image.ids.empty() ? "" : " ") + block.header.IDfx();
+    const bool isLast = block.lOffset + 20 + block.lLength == std::ssize(bytes);
+    image.onlyTheLastIsLast &= (block.header.flags() & kBlockFlagLast) == (isLast ? 1 : 0);
   }
-  return walk;
+  image.onlyTheLastIsLast &= walk.End() == WalkEnd::kLastBlock && walk.TrailingBytes() == 0;
+  return image;
 }
 
 TEST(ResponseFileTest, SaveWritesTheBlocksInOrderAndCountsOnlyThoseWritten) {
@@ -169,7 +163,7 @@ TEST(ResponseFileTest, SaveWritesTheBlocksInOrderAndCountsOnlyThoseWritten) {
                   testing::ToHex(std::span(bytes).subspan(8, 18)),
               "5a 59 52 41 03 00 14 00 52 46 01 00 00 00 00 00 03 00 00 00 96 00 00 00")
         << c.name;
-    const BlockWalk walk = WalkBlocks(bytes);
+    const WalkedImage walk = WalkBlocks(bytes);
     EXPECT_EQ(walk.ids, c.ids) << c.name;
     EXPECT_EQ(walk.nHdr, 1 + std::ranges::count(c.ids, ' ') + 1) << c.name;
     EXPECT_EQ(walk.addr, walk.pulsHeaderAt + 20 + 1) << c.name;

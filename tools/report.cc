@@ -43,33 +43,35 @@ void Times(std::ostringstream& out, const CCalcResults& r) {
 
 }  // namespace
 
-std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CProbeRspClass& cFile,
+std::string InfoSummary(const std::string& sFile, const BlockWalk& walk,
+                        const BlockWalk::Listing& listing, const CProbeRspClass& cFile,
                         const ReadOutcome& read, const InitOutcome& init,
                         const Evaluation* evaluation) {
   std::ostringstream out;
-  out << "File: " << Latin1ToUtf8(sFile) << " (" << walk.lFileSize << " bytes)\n";
-  if (walk.bHasHeader) {
-    const CFileHeaderClass& h = walk.header;
-    out << "Header: " << (walk.bMagicOk ? "ZYRA" : "bad magic") << ", kind "
+  out << "File: " << Latin1ToUtf8(sFile) << " (" << walk.FileSize() << " bytes)\n";
+  if (walk.FileSize() >= CFileHeaderClass::kLength) {
+    const CFileHeaderClass& h = walk.FileHeader();
+    out << "Header: " << (h.ZYRA() == ResponseFileMagic() ? "ZYRA" : "bad magic") << ", kind "
         << Latin1ToUtf8(h.IDfx()) << ", version " << h.Vrsn() << ", " << h.nHdr()
         << " headers, pulse records " << h.nRcd() + 1 << " x " << h.lRcd() << " bytes from byte "
         << h.addr() << "\n";
   }
   out << "Blocks:\n  offset    id    version  records  record length  body length\n";
-  for (const WalkedBlock& block : walk.blocks) {
+  for (const WalkedBlock& block : listing.blocks) {
     const CRspBlockHeaderClass& h = block.header;
     char line[160];
     std::snprintf(
-        line, sizeof line, "  %-9d %-5s %7d %8d %14d %12s%s%s%s\n", block.lOffset,
-        ("\"" + Latin1ToUtf8(h.IDfx()) + "\"").c_str(), h.Vrsn(), h.nInfo(), h.lInfo(),
+        line, sizeof line, "  %-9lld %-5s %7d %8d %14d %12s%s%s%s\n",
+        static_cast<long long>(block.lOffset), ("\"" + Latin1ToUtf8(h.IDfx()) + "\"").c_str(),
+        h.Vrsn(), h.nInfo(), h.lInfo(),
         block.lLength == CRspBlockHeaderClass::kBadLength ? "-"
                                                           : std::to_string(block.lLength).c_str(),
         (h.flags() & kBlockFlagLast) != 0 ? "  last" : "",
-        block.bKnown ? "" : "  (unknown, skipped)", block.bTruncated ? "  (truncated)" : "");
+        block.IsKnown() ? "" : "  (unknown, skipped)", block.bTruncated ? "  (truncated)" : "");
     out << line;
   }
-  out << "  walk ended at: " << WalkEndText(walk.eEnd);
-  if (walk.lTrailingBytes > 0) out << ", " << walk.lTrailingBytes << " bytes behind it";
+  out << "  walk ended at: " << WalkEndText(walk.End());
+  if (walk.TrailingBytes() > 0) out << ", " << walk.TrailingBytes() << " bytes behind it";
   out << "\n";
   out << "Read: result " << read.lResult;
   if (!read.sMessage.empty()) out << ", " << Latin1ToUtf8(Trimmed(read.sMessage)).substr(0, 100);

@@ -4,14 +4,15 @@
 
 #include <string>
 
-#include "tools/file_walk.h"
 #include "tools/response_session.h"
+#include "zyra/format/block_walk.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {
 
 // Header, blocks with offsets and lengths, counts, probe label and, when evaluated, the times.
-std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CProbeRspClass& cFile,
+std::string InfoSummary(const std::string& sFile, const BlockWalk& walk,
+                        const BlockWalk::Listing& listing, const CProbeRspClass& cFile,
                         const ReadOutcome& read, const InitOutcome& init,
                         const Evaluation* evaluation);
 

@@ -8,7 +8,6 @@
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
-#include "tools/file_walk.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
@@ -19,6 +18,9 @@
 
 namespace zyra::tool {
 namespace {
+
+// The blocks `info` lists at most; a real file has eight or nine.
+constexpr std::size_t kInfoMaxBlocks = 1000;
 
 // A library message on one line: control characters (the reader's NUL before the file name
 // among them) become blanks, Latin-1 becomes UTF-8, surrounding blanks go.
@@ -132,7 +134,8 @@ int RunInfo(const InfoOptions& options) {
     PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
-  const FileWalk walk = WalkResponseBytes(*bytes);
+  BlockWalk walk(*bytes);
+  const BlockWalk::Listing listing = walk.ListBlocks(kInfoMaxBlocks);
   TerminalProgress progress;
   CProbeRspClass file;
   const ReadOutcome read = ReadResponseFile(file, sFile, &progress, nullptr);
@@ -156,7 +159,8 @@ int RunInfo(const InfoOptions& options) {
       progress.Done();
     }
   }
-  std::cout << InfoSummary(sFile, walk, file, read, init, evaluation ? &*evaluation : nullptr);
+  std::cout << InfoSummary(sFile, walk, listing, file, read, init,
+                           evaluation ? &*evaluation : nullptr);
   if (!bClean) {
     PrintErrorLine(sFile, ReadProblem(read));
     return kExitFailure;
@@ -194,8 +198,7 @@ int RunDump(const DumpOptions& options) {
     init = PrepareResponse(file, &progress);
     progress.Done();
   }
-  const CFileHeaderClass header = ReadFileHeaderOf(sFile).value_or(CFileHeaderClass{});
-  WriteDumpJson(std::cout, file, header, read, init ? &*init : nullptr);
+  WriteDumpJson(std::cout, file, file.FileHeader(), read, init ? &*init : nullptr);
   std::cout.flush();
   if (!IsCleanRead(read)) {
     PrintErrorLine(sFile, ReadProblem(read));
