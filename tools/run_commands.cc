@@ -1,6 +1,7 @@
 // The seven commands of zyra-rsp over the host sequence of response_session.h.
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <sstream>
 
 #include "tools/commands.h"
@@ -8,6 +9,7 @@
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
+#include "tools/input_file.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
@@ -39,10 +41,13 @@ std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
 }
 
-// The one line for a read that was not clean.
-std::string ReadProblem(const ReadOutcome& read) {
-  if (read.lResult == -1) return "not a usable response file: " + MessageLine(read.sMessage);
-  return "reading stopped early: " + MessageLine(read.sMessage);
+// The one line for a read that was not clean, with the place where the reader stopped.
+std::string ReadProblem(const ReadOutcome& read, const CProbeRspClass& cFile) {
+  std::string line =
+      read.lResult == -1 ? "not a usable response file: " : "reading stopped early: ";
+  line += MessageLine(read.sMessage);
+  if (const auto& place = cFile.ReadStopPlace()) line += " (" + FilePlaceText(*place) + ")";
+  return line;
 }
 
 void PrintJson(const Json& document) {
@@ -60,18 +65,20 @@ struct Session {
 
 int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress& progress,
                    bool bJsonFailures) {
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
+  InputFile input;
+  std::string sProblem;
+  if (!input.Open(sFile, sProblem)) {
+    PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
-  session.read = ReadResponseFile(session.file, sFile, &progress, nullptr);
+  session.read = input.Read(session.file, &progress, nullptr);
   progress.Done();
   if (!IsCleanRead(session.read)) {
     if (bJsonFailures) {
       PrintJson(Json{{"read", Json{{"result", session.read.lResult},
                                    {"message", TextJson(session.read.sMessage)}}}});
     }
-    PrintErrorLine(sFile, ReadProblem(session.read));
+    PrintErrorLine(sFile, ReadProblem(session.read, session.file));
     return kExitFailure;
   }
   session.init = PrepareResponse(session.file, &progress);
@@ -118,6 +125,16 @@ bool WriteText(const std::string& sTarget, const std::string& sText) {
   return false;
 }
 
+// The times of the direct sounds and the tail info's split and diffuse times, without an
+// evaluation.
+InfoTimes CalculateInfoTimes(const CProbeRspClass& cFile) {
+  const double kNone = std::numeric_limits<double>::quiet_NaN();
+  InfoTimes times{kNone, kNone, kNone, kNone, cFile.ETC()->tSplit(), cFile.ETC()->tDiff()};
+  double tOff = kNone;
+  cFile.Rsp()->CalculateTimes(false, times.tFirst, times.tLast, tOff, times.tRef, times.tGap);
+  return times;
+}
+
 std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
   std::string label = cFile.ProbeInfo()->PrLabel();
   while (!label.empty() && (label.back() == ' ' || label.back() == '\0')) label.pop_back();
@@ -128,45 +145,51 @@ std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) 
 
 int RunInfo(const InfoOptions& options) {
   const std::string& sFile = options.sFile;
+  InputFile input;
   std::string sProblem;
-  const auto bytes = ReadFileBytes(sFile, sProblem);
-  if (!bytes) {
+  if (!input.Open(sFile, sProblem)) {
     PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
-  BlockWalk walk(*bytes);
+  // The headers alone first, by seeks: a file the reader would refuse is judged without
+  // loading it.
+  BlockWalk walk(input.Stream(), input.Size());
   const BlockWalk::Listing listing = walk.ListBlocks(kInfoMaxBlocks);
-  TerminalProgress progress;
-  CProbeRspClass file;
-  const ReadOutcome read = ReadResponseFile(file, sFile, &progress, nullptr);
-  progress.Done();
-  if (read.lResult == -1) {
-    PrintErrorLine(sFile, ReadProblem(read));
+  std::cout << InfoFileSummary(sFile, walk, listing);
+  std::cout.flush();
+  if (walk.Verdict() != FileVerdict::kResponseFile) {
+    PrintErrorLine(sFile, "not a usable response file: " + FileVerdictText(walk.Verdict()));
     return kExitFailure;
   }
+  TerminalProgress progress;
+  CProbeRspClass file;
+  const ReadOutcome read = input.Read(file, &progress, nullptr);
+  progress.Done();
   const bool bClean = IsCleanRead(read);
-  InitOutcome init;
-  std::optional<Evaluation> evaluation;
+  std::optional<InitOutcome> init;
+  std::optional<InfoTimes> times;
   if (bClean) {
     init = PrepareResponse(file, &progress);
     progress.Done();
-    if (!init.error) {
+    if (!init->error) {
       try {
-        evaluation = EvaluateResponse(file, false, {}, &progress);
+        times = CalculateInfoTimes(file);
       } catch (const RuntimeError& error) {
-        init.error = ErrorInfoOf(error);
+        init->error = ErrorInfoOf(error);
       }
-      progress.Done();
     }
   }
-  std::cout << InfoSummary(sFile, walk, listing, file, read, init,
-                           evaluation ? &*evaluation : nullptr);
+  std::cout << InfoReadSummary(file, read, init ? &*init : nullptr, times ? &*times : nullptr);
   if (!bClean) {
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
-  if (init.error) {
-    PrintErrorLine(sFile, ErrorText(*init.error));
+  if (init->error) {
+    PrintErrorLine(sFile, ErrorText(*init->error));
+    return kExitFailure;
+  }
+  if (progress.IsCancelled()) {
+    PrintErrorLine(sFile, "cancelled");
     return kExitFailure;
   }
   return kExitSuccess;
@@ -174,15 +197,16 @@ int RunInfo(const InfoOptions& options) {
 
 int RunDump(const DumpOptions& options) {
   const std::string& sFile = options.sFile;
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
+  InputFile input;
+  std::string sProblem;
+  if (!input.Open(sFile, sProblem)) {
+    PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
   TerminalProgress progress;
   StringLogger logger;
   CProbeRspClass file;
-  const ReadOutcome read =
-      ReadResponseFile(file, sFile, &progress, options.bLog ? &logger : nullptr);
+  const ReadOutcome read = input.Read(file, &progress, options.bLog ? &logger : nullptr);
   progress.Done();
   if (options.bLog) {
     std::cerr << logger.Text();
@@ -190,7 +214,7 @@ int RunDump(const DumpOptions& options) {
   }
   if (IsFailedRead(read)) {
     PrintJson(Json{{"read", ReadJson(read)}});
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
   std::optional<InitOutcome> init;
@@ -201,7 +225,7 @@ int RunDump(const DumpOptions& options) {
   WriteDumpJson(std::cout, file, file.FileHeader(), read, init ? &*init : nullptr);
   std::cout.flush();
   if (!IsCleanRead(read)) {
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
   if (init && init->error) {
