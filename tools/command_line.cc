@@ -170,6 +170,7 @@ int ToolMain(int argc, const char* const argv[]) {
   const std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
   const ParsedCommandLine parsed = ParseCommandLine(args, std::cout, std::cerr);
   if (!parsed.command) return parsed.exitStatus;
+  IgnoreFileSizeSignal();
   // The commands report their own failures with the file's name; what escapes them is a fault
   // of the tool itself, still reported on one line.
   try {

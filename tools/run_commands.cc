@@ -90,7 +90,7 @@ int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress&
   }
   if (progress.IsCancelled()) {
     PrintErrorLine(sFile, "cancelled");
-    return kExitFailure;
+    return kExitInterrupted;
   }
   return kExitSuccess;
 }
@@ -190,7 +190,7 @@ int RunInfo(const InfoOptions& options) {
   }
   if (progress.IsCancelled()) {
     PrintErrorLine(sFile, "cancelled");
-    return kExitFailure;
+    return kExitInterrupted;
   }
   return kExitSuccess;
 }
@@ -268,9 +268,10 @@ int RunConvert(const ConvertOptions& options) {
     return kExitFailure;
   }
   std::string sMessage;
-  if (!WriteFileAtomically(options.sOut, image, sMessage)) {
+  if (!WriteFileAtomically(options.sOut, image, sMessage,
+                           [&progress] { return progress.IsCancelled(); })) {
     PrintErrorLine(options.sOut, sMessage);
-    return kExitFailure;
+    return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
   }
   return kExitSuccess;
 }
@@ -294,9 +295,10 @@ int RunSynth(const SynthOptions& options) {
     progress.Done();
     const std::vector<uint8_t> image = ReproducibleImage(file);
     std::string sMessage;
-    if (!WriteFileAtomically(options.sOut, image, sMessage)) {
+    if (!WriteFileAtomically(options.sOut, image, sMessage,
+                             [&progress] { return progress.IsCancelled(); })) {
       PrintErrorLine(options.sOut, sMessage);
-      return kExitFailure;
+      return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
     }
   } catch (const RuntimeError& error) {
     progress.Done();
