@@ -36,10 +36,11 @@ int CreateTemporaryBeside(const std::string& sTarget, std::string& sTemporary) {
   return -1;
 }
 
-// False with errno set when a write fails, or with errno 0 when `cancelled` stopped it.
-bool WriteAll(int fd, std::span<const uint8_t> bytes, const std::function<bool()>& cancelled) {
+// False with errno set when a write fails, or with errno 0 when `proceed` stopped it.
+bool WriteAll(int fd, std::span<const uint8_t> bytes, const std::function<bool(double)>& proceed) {
+  const auto total = static_cast<double>(bytes.size());
   while (!bytes.empty()) {
-    if (cancelled && cancelled()) {
+    if (proceed && !proceed(1.0 - static_cast<double>(bytes.size()) / total)) {
       errno = 0;
       return false;
     }
@@ -66,7 +67,7 @@ SplitPath SplitFilePath(const std::string& sFilePath) {
 }
 
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
-                         std::string& sErrorMessage, const std::function<bool()>& cancelled) {
+                         std::string& sErrorMessage, const std::function<bool(double)>& proceed) {
   std::string sTemporary;
   const int fd = CreateTemporaryBeside(sTarget, sTemporary);
   if (fd < 0) {
@@ -86,11 +87,11 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
   if (stat(sTarget.c_str(), &existing) == 0 && fchmod(fd, existing.st_mode & 07777) != 0) {
     return fail("cannot set the permissions of the temporary file", errno, true);
   }
-  if (!WriteAll(fd, bytes, cancelled)) return fail("cannot write the temporary file", errno, true);
+  if (!WriteAll(fd, bytes, proceed)) return fail("cannot write the temporary file", errno, true);
   // On disk before the rename, so that a crash leaves the old file or the whole new one.
   if (fsync(fd) != 0) return fail("cannot flush the temporary file", errno, true);
   if (close(fd) != 0) return fail("cannot close the temporary file", errno, false);
-  if (cancelled && cancelled()) return fail("", 0, false);
+  if (proceed && !proceed(1.0)) return fail("", 0, false);
   if (std::rename(sTemporary.c_str(), sTarget.c_str()) != 0) {
     return fail("cannot rename the temporary file over it", errno, false);
   }

@@ -91,12 +91,12 @@ SplitPath SplitFilePath(const std::string& sFilePath);
 // one, never something in between: the bytes go to a fresh temporary file beside the target,
 // which is flushed to disk, closed and renamed over the target. On any failure (a full disk,
 // the file-size limit) the temporary is removed, the target is left as it was, `sErrorMessage`
-// says what failed and the result is false. `cancelled` is asked between pieces of the write
-// and before the rename; when it answers true the write stops the same way. A new file gets
-// the usual permissions; a replaced one keeps its own.
+// says what failed and the result is false. `proceed` is told the share written before each
+// piece of the write and before the rename; when it answers false (Ctrl-C) the write stops the
+// same way. A new file gets the usual permissions; a replaced one keeps its own.
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
                          std::string& sErrorMessage,
-                         const std::function<bool()>& cancelled = nullptr);
+                         const std::function<bool(double dFraction)>& proceed = nullptr);
 
 // Makes a write past the file-size limit fail with an error (EFBIG) instead of ending the
 // process with SIGXFSZ, so that the temporary file can be removed and the failure reported.

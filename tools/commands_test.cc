@@ -75,7 +75,7 @@ TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
   int asked = 0;
   std::string message;
   const std::vector<uint8_t> big(3 << 20, 'x');
-  EXPECT_FALSE(WriteFileAtomically(target, big, message, [&] { return ++asked > 1; }));
+  EXPECT_FALSE(WriteFileAtomically(target, big, message, [&](double) { return ++asked < 2; }));
   EXPECT_EQ(message, "interrupted, nothing written");
   EXPECT_EQ(asked, 2);
   EXPECT_EQ(Contents(target), "second");

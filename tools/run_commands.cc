@@ -71,6 +71,7 @@ int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress&
     PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
+  progress.Begin("Reading");
   session.read = input.Read(session.file, &progress, nullptr);
   progress.Done();
   if (!IsCleanRead(session.read)) {
@@ -81,6 +82,7 @@ int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress&
     PrintErrorLine(sFile, ReadProblem(session.read, session.file));
     return kExitFailure;
   }
+  progress.Begin("Preparing");
   session.init = PrepareResponse(session.file, &progress);
   progress.Done();
   if (session.init.error) {
@@ -100,6 +102,7 @@ std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, b
                                    const AlconsSettings& alcons, TerminalProgress& progress,
                                    bool bJsonFailures) {
   try {
+    progress.Begin("Evaluating");
     Evaluation evaluation = EvaluateResponse(session.file, bDirectOnly, alcons, &progress);
     progress.Done();
     if (evaluation.lCalcResult != 0) {
@@ -135,6 +138,21 @@ InfoTimes CalculateInfoTimes(const CProbeRspClass& cFile) {
   return times;
 }
 
+// Writes a response file through a temporary, with the bar showing the share written; Ctrl-C
+// stops the write and leaves the old file.
+int WriteOutput(const std::string& sOut, std::span<const uint8_t> image,
+                TerminalProgress& progress) {
+  const std::string sCaption = SplitFilePath(sOut).sFile;
+  std::string sMessage;
+  const bool bWritten = WriteFileAtomically(sOut, image, sMessage, [&](double dFraction) {
+    return progress.ReportProgress(sCaption, dFraction, "", kBusyInterval);
+  });
+  progress.Done();
+  if (bWritten) return kExitSuccess;
+  PrintErrorLine(sOut, sMessage);
+  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
+}
+
 std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
   std::string label = cFile.ProbeInfo()->PrLabel();
   while (!label.empty() && (label.back() == ' ' || label.back() == '\0')) label.pop_back();
@@ -163,12 +181,14 @@ int RunInfo(const InfoOptions& options) {
   }
   TerminalProgress progress;
   CProbeRspClass file;
+  progress.Begin("Reading");
   const ReadOutcome read = input.Read(file, &progress, nullptr);
   progress.Done();
   const bool bClean = IsCleanRead(read);
   std::optional<InitOutcome> init;
   std::optional<InfoTimes> times;
   if (bClean) {
+    progress.Begin("Preparing");
     init = PrepareResponse(file, &progress);
     progress.Done();
     if (!init->error) {
@@ -206,6 +226,7 @@ int RunDump(const DumpOptions& options) {
   TerminalProgress progress;
   StringLogger logger;
   CProbeRspClass file;
+  progress.Begin("Reading");
   const ReadOutcome read = input.Read(file, &progress, options.bLog ? &logger : nullptr);
   progress.Done();
   if (options.bLog) {
@@ -219,6 +240,7 @@ int RunDump(const DumpOptions& options) {
   }
   std::optional<InitOutcome> init;
   if (!options.bRaw) {
+    progress.Begin("Preparing");
     init = PrepareResponse(file, &progress);
     progress.Done();
   }
@@ -261,19 +283,15 @@ int RunConvert(const ConvertOptions& options) {
   Session session;
   if (const int status = OpenAndPrepare(options.sIn, session, progress, false)) return status;
   std::vector<uint8_t> image;
+  progress.Begin("Writing");
   try {
     image = SaveImage(session.file, options.sOut, session.read);
   } catch (const RuntimeError& error) {
+    progress.Done();
     PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
     return kExitFailure;
   }
-  std::string sMessage;
-  if (!WriteFileAtomically(options.sOut, image, sMessage,
-                           [&progress] { return progress.IsCancelled(); })) {
-    PrintErrorLine(options.sOut, sMessage);
-    return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
-  }
-  return kExitSuccess;
+  return WriteOutput(options.sOut, image, progress);
 }
 
 int RunPlot(const PlotOptions& options) {
@@ -291,21 +309,15 @@ int RunSynth(const SynthOptions& options) {
   CProbeRspClass file;
   TerminalProgress progress;
   try {
+    progress.Begin("Synthesising");
     SynthesizeResponseFile(file, options, &progress);
-    progress.Done();
-    const std::vector<uint8_t> image = ReproducibleImage(file);
-    std::string sMessage;
-    if (!WriteFileAtomically(options.sOut, image, sMessage,
-                             [&progress] { return progress.IsCancelled(); })) {
-      PrintErrorLine(options.sOut, sMessage);
-      return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
-    }
+    progress.Begin("Writing");
+    return WriteOutput(options.sOut, ReproducibleImage(file), progress);
   } catch (const RuntimeError& error) {
     progress.Done();
     PrintErrorLine(options.sOut, "cannot be synthesised: " + ErrorText(ErrorInfoOf(error)));
     return kExitFailure;
   }
-  return kExitSuccess;
 }
 
 int RunDemo(const DemoOptions& options) {
