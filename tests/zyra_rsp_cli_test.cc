@@ -110,6 +110,58 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
             R"({"read":{"result":-1,"message":"No ZYRA Response File"}})");
 }
 
+TEST_F(ZyraRspTest, ErrorLinesSayWhereTheReadStopped) {
+  const std::string demo = Contents(Demo());
+  // The "PULS" block header stands in front of the first record, whose 1-based address the
+  // file header holds at byte 26.
+  const uint32_t addr = static_cast<uint8_t>(demo[26]) | static_cast<uint8_t>(demo[27]) << 8 |
+                        static_cast<uint8_t>(demo[28]) << 16;
+  const std::string puls = std::to_string(addr - 1 - 20);
+  std::string badLength = demo;
+  badLength[addr - 1 - 4] = 0x7f;  // lInfo 127 instead of 150
+  const struct {
+    std::string bytes;
+    std::string says;
+  } rows[] = {
+      {badLength, "reading stopped early: Bad Puls Length (block \"PULS\" at byte " + puls + ")"},
+      {demo.substr(0, addr + 1000),
+       "Input past end of file bad.rsp (block \"PULS\" at byte " + puls + ")"},
+      {demo.substr(0, 40), "Input past end of file bad.rsp (block header cut short at byte 30)"},
+  };
+  const fs::path file = folder_ / "bad.rsp";
+  for (const auto& row : rows) {
+    WriteBytes(file, row.bytes);
+    const RunResult result = Run({"eval", file});
+    EXPECT_EQ(result.exit, 1);
+    EXPECT_EQ(result.err, "zyra-rsp: " + file.string() + ": " +
+                              (row.says.starts_with("reading") ? ""
+                                                               : "not a usable response file: "
+                                                                 "Error in ReadRSPFile: ") +
+                              row.says + "\n");
+  }
+}
+
+TEST_F(ZyraRspTest, AFileOfFourGibibytesIsJudgedFromItsHeaderInLittleMemory) {
+  // The demo's header and blocks, then a hole up to 4 GiB (sparse: no disk is used).
+  const fs::path file = folder_ / "huge.rsp";
+  WriteBytes(file, Contents(Demo()));
+  fs::resize_file(file, std::uintmax_t{4} << 30);
+  for (const char* command : {"info", "dump", "eval"}) {
+    // 256 MiB of address space: enough for the tool, far too little for the file.
+    const RunResult result = Run({command, file}, "ulimit -v 262144;");
+    SCOPED_TRACE(std::string(command) + ": " + result.err);
+    EXPECT_EQ(result.exit, 1);
+    EXPECT_EQ(std::count(result.err.begin(), result.err.end(), '\n'), 1);
+    EXPECT_EQ(result.err.rfind("zyra-rsp: " + file.string() + ": not a usable response file: ", 0),
+              0u);
+    EXPECT_NE(result.err.find(std::string(command) == "info" ? "larger than 2147483647 bytes"
+                                                             : "Error in ReadRSPFile: Overflow"),
+              std::string::npos);
+  }
+  EXPECT_NE(Run({"info", file}).out.find("Header: ZYRA, kind RF"), std::string::npos);
+  fs::remove(file);
+}
+
 TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   // A NaN travel time patched into the first pulse record (Travel sits 46 bytes in).
   std::string bytes = Contents(Demo());
