@@ -13,6 +13,7 @@ namespace {
 
 constexpr int32_t kMembersPerGroup = 8;
 constexpr int32_t kPseudoReflectionsPerGroup = 20;
+constexpr int32_t kPulsesPerReport = 1024;
 
 // The engine's output is fixed by the standard; the mappings below are our own, so the same
 // seed gives the same response with every standard library.
@@ -46,7 +47,8 @@ void FillPuls(CPulsClass& puls, Dice& dice, int32_t lOrigin, int32_t lOrder, int
 
 }  // namespace
 
-void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& options) {
+void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& options,
+                              BusyIndicator* cBusy) {
   if (options.nPulses < 0 || options.nSpeakers < 0 || options.nGroups < 0 ||
       !(options.dUnusedFraction >= 0.0 && options.dUnusedFraction <= 1.0)) {
     RaiseError(kErrInvalidCall);
@@ -136,10 +138,15 @@ void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& op
   // The other reflections, of the ordinary used loudspeakers.
   const size_t nGrouped = static_cast<size_t>(nGroups) * (1 + kMembersPerGroup);
   const auto nOrdinary = static_cast<int32_t>(laUsed.size() - nGrouped);
+  const std::string sCaption = "Synthesise Pulses";
   while (p < options.nPulses && nOrdinary > 0) {
     const int32_t i = laUsed[nGrouped + static_cast<size_t>(dice.Below(nOrdinary))];
     FillPuls(pulses.PulsRecord(++p), dice, i, dice.Between(1, 6), lNextID++);
+    if (cBusy != nullptr && p % kPulsesPerReport == 0) {
+      cBusy->ShowProgress(sCaption, static_cast<double>(p) / options.nPulses, kBusyInterval);
+    }
   }
+  if (cBusy != nullptr) cBusy->ShowProgress(sCaption, 1.0, kBusyInterval);
   pulses.SetCountPreserve(p);
 }
 

@@ -6,6 +6,7 @@
 #include <cstdint>
 
 #include "zyra/response/system_response.h"
+#include "zyra/support/busy_indicator.h"
 
 namespace zyra::testing {
 
@@ -23,7 +24,9 @@ struct SynthOptions {
 // reflection of every member; the remaining pulses are reflections of the ordinary
 // loudspeakers, in no particular order of arrival. Groups that the used loudspeakers or the
 // pulses cannot hold are left out. Error 5 for a negative count or a fraction outside 0..1.
-void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& options);
+// Progress goes to cBusy as "Synthesise Pulses" when one is given.
+void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& options,
+                              BusyIndicator* cBusy = nullptr);
 
 }  // namespace zyra::testing
 

@@ -9,6 +9,7 @@
 
 #include "testing/temp_folder.h"
 #include "testing/test_support.h"
+#include "zyra/format/block_walk.h"
 #include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 
@@ -89,20 +90,16 @@ void FillResponse(CProbeRspClass& rsp) {
   rsp.Pred()->SetLength1(800.0F);
 }
 
-// The blocks of an image, found by stepping with each header's length: "TEXT PROB ..." in file
-// order, each identifier followed by "!" when flagged as the last block; where "PULS" starts.
+// The blocks of an image as the reader's walk finds them: "TEXT PROB ..." in file order, each
+// identifier followed by "!" when flagged as the last block; where "PULS" starts.
 std::string WalkBlocks(const std::vector<uint8_t>& bytes, int32_t* pulsAt = nullptr) {
-  ByteStream stream;
-  stream.LoadFromBytes(bytes);
+  BlockWalk walk(bytes);
   std::string ids;
-  for (int32_t position = 30; position < stream.GetLength();) {
-    stream.SetPosition(position);
-    CRspBlockHeaderClass header;
-    header.ReadFromByteStream(stream);
-    if (header.IDfx() == "PULS" && pulsAt != nullptr) *pulsAt = position;
-    ids += (ids.empty() ? "" : " ") + header.IDfx() +
-           (IsFlagSet(header.flags(), kBlockFlagLast) ? "!" : "");
-    position += 20 + header.GetBlockLength();
+  while (walk.Next()) {
+    const WalkedBlock& block = walk.Block();
+    if (block.eKind == BlockKind::kPulses && pulsAt != nullptr) *pulsAt = block.lOffset;
+    ids += (ids.empty() ? "" : " ") + block.header.IDfx() +
+           (IsFlagSet(block.header.flags(), kBlockFlagLast) ? "!" : "");
   }
   return ids;
 }

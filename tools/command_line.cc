@@ -203,6 +203,32 @@ Command Chosen(const Subcommands& sub, Settings& s) {
   return s.synth;
 }
 
+// The one line of a wrong command line: what is wrong, prefixed with the program's name as its
+// other error lines are, and where to look for help.
+std::string UsageLine(const CLI::App& app, const std::vector<std::string>& args,
+                      const CLI::ParseError& error) {
+  std::string sCommands;
+  bool bKnown = false;
+  const auto command = std::find_if(args.begin(), args.end(),
+                                    [](const std::string& a) { return !a.starts_with("-"); });
+  for (const CLI::App* sub : app.get_subcommands({})) {
+    sCommands += (sCommands.empty() ? "" : ", ") + sub->get_name();
+    bKnown |= command != args.end() && sub->get_name() == *command;
+  }
+  std::string line;
+  if (command == args.end()) {
+    line = "no command given; the commands are " + sCommands;
+  } else if (!bKnown) {
+    line = "unknown command '" + *command + "'; the commands are " + sCommands;
+  } else {
+    line = *command + ": " + error.what() + " (see zyra-rsp " + *command + " --help)";
+  }
+  for (char& c : line) {
+    if (c == '\n' || c == '\r') c = ' ';
+  }
+  return "zyra-rsp: " + line;
+}
+
 }  // namespace
 
 ParsedCommandLine ParseCommandLine(const std::vector<std::string>& args, std::ostream& out,
@@ -216,8 +242,13 @@ ParsedCommandLine ParseCommandLine(const std::vector<std::string>& args, std::os
     app.parse(static_cast<int>(argv.size()), argv.data());
     return {Chosen(sub, settings), kExitSuccess};
   } catch (const CLI::ParseError& error) {
-    const int status = app.exit(error, out, err);
-    return {std::nullopt, status == 0 ? kExitSuccess : kExitUsage};
+    // --help and --version end the parse with status 0 and print their text.
+    if (error.get_exit_code() == 0) {
+      app.exit(error, out, err);
+      return {std::nullopt, kExitSuccess};
+    }
+    err << UsageLine(app, args, error) << '\n';
+    return {std::nullopt, kExitUsage};
   }
 }
 
@@ -238,6 +269,7 @@ int ToolMain(int argc, const char* const argv[]) {
   const std::vector<std::string> args(argv + std::min(argc, 1), argv + argc);
   const ParsedCommandLine parsed = ParseCommandLine(args, std::cout, std::cerr);
   if (!parsed.command) return parsed.exitStatus;
+  IgnoreFileSizeSignal();
   // The commands report their own failures with the file's name; what escapes them is a fault
   // of the tool itself, still reported on one line.
   try {

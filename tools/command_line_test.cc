@@ -1,5 +1,6 @@
 #include "tools/command_line.h"
 
+#include <algorithm>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -23,7 +24,7 @@ Outcome Parse(const std::vector<std::string>& args) {
 TEST(CommandLineTest, WrongUsageExitsWithTwo) {
   const std::vector<std::vector<std::string>> rows = {
       {},
-      {"frobnicate"},
+      {"frobnicate", "a.rsp"},
       {"info", "a.rsp", "b.rsp"},
       {"dump", "a.rsp", "--pretty"},
       {"eval", "--json"},
@@ -42,8 +43,14 @@ TEST(CommandLineTest, WrongUsageExitsWithTwo) {
     const std::string line = ::testing::PrintToString(args);
     EXPECT_EQ(outcome.parsed.exitStatus, kExitUsage) << line;
     EXPECT_FALSE(outcome.parsed.command.has_value()) << line;
-    EXPECT_FALSE(outcome.err.empty()) << line;
+    // One line, named like every error line of the tool.
+    EXPECT_TRUE(outcome.err.starts_with("zyra-rsp: ")) << outcome.err;
+    EXPECT_EQ(std::count(outcome.err.begin(), outcome.err.end(), '\n'), 1) << outcome.err;
   }
+  EXPECT_EQ(Parse({"frobnicate", "a.rsp"}).err,
+            "zyra-rsp: unknown command 'frobnicate'; the commands are info, dump, eval, convert, "
+            "demo, plot, synth\n");
+  EXPECT_EQ(Parse({"info"}).err, "zyra-rsp: info: FILE is required (see zyra-rsp info --help)\n");
   EXPECT_EQ(Parse({"--version"}).parsed.exitStatus, kExitSuccess);
   EXPECT_EQ(Parse({"--version"}).out, AppVersionString() + "\n");
 }

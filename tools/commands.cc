@@ -4,7 +4,9 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <iostream>
@@ -13,8 +15,11 @@
 namespace zyra::tool {
 namespace {
 
-std::string SystemError(const std::string& what, const std::string& sName, int error) {
-  return what + " " + sName + ": " + std::strerror(error);
+// A write of this many bytes at most between two questions whether to stop.
+constexpr std::size_t kWritePiece = std::size_t{1} << 20;
+
+std::string SystemError(const std::string& what, int error) {
+  return what + ": " + std::strerror(error);
 }
 
 // Creates a new file beside sTarget that no other writer can be using; -1 on failure.
@@ -31,9 +36,15 @@ int CreateTemporaryBeside(const std::string& sTarget, std::string& sTemporary) {
   return -1;
 }
 
-bool WriteAll(int fd, std::span<const uint8_t> bytes) {
+// False with errno set when a write fails, or with errno 0 when `proceed` stopped it.
+bool WriteAll(int fd, std::span<const uint8_t> bytes, const std::function<bool(double)>& proceed) {
+  const auto total = static_cast<double>(bytes.size());
   while (!bytes.empty()) {
-    const ssize_t written = write(fd, bytes.data(), bytes.size());
+    if (proceed && !proceed(1.0 - static_cast<double>(bytes.size()) / total)) {
+      errno = 0;
+      return false;
+    }
+    const ssize_t written = write(fd, bytes.data(), std::min(bytes.size(), kWritePiece));
     if (written < 0) {
       if (errno == EINTR) continue;
       return false;
@@ -56,35 +67,39 @@ SplitPath SplitFilePath(const std::string& sFilePath) {
 }
 
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
-                         std::string& sErrorMessage) {
+                         std::string& sErrorMessage, const std::function<bool(double)>& proceed) {
   std::string sTemporary;
   const int fd = CreateTemporaryBeside(sTarget, sTemporary);
   if (fd < 0) {
-    sErrorMessage = SystemError("cannot create a temporary file for", sTarget, errno);
+    sErrorMessage = SystemError("cannot create a temporary file beside it", errno);
     return false;
   }
+  // The temporary is gone again whatever failed, so the message names only the target.
   const auto fail = [&](const std::string& what, int error, bool open) {
     if (open) close(fd);
     unlink(sTemporary.c_str());
-    sErrorMessage = SystemError(what, sTemporary, error);
+    sErrorMessage = error == 0 ? "interrupted, nothing written"
+                               : SystemError(what + ", nothing written", error);
     return false;
   };
   // A file being replaced keeps its permissions; a new one has those of the umask.
   struct stat existing {};
   if (stat(sTarget.c_str(), &existing) == 0 && fchmod(fd, existing.st_mode & 07777) != 0) {
-    return fail("cannot set the permissions of", errno, true);
+    return fail("cannot set the permissions of the temporary file", errno, true);
   }
-  if (!WriteAll(fd, bytes)) return fail("cannot write", errno, true);
+  if (!WriteAll(fd, bytes, proceed)) return fail("cannot write the temporary file", errno, true);
   // On disk before the rename, so that a crash leaves the old file or the whole new one.
-  if (fsync(fd) != 0) return fail("cannot flush", errno, true);
-  if (close(fd) != 0) return fail("cannot close", errno, false);
+  if (fsync(fd) != 0) return fail("cannot flush the temporary file", errno, true);
+  if (close(fd) != 0) return fail("cannot close the temporary file", errno, false);
+  if (proceed && !proceed(1.0)) return fail("", 0, false);
   if (std::rename(sTemporary.c_str(), sTarget.c_str()) != 0) {
-    const int error = errno;
-    unlink(sTemporary.c_str());
-    sErrorMessage = SystemError("cannot rename the temporary file to", sTarget, error);
-    return false;
+    return fail("cannot rename the temporary file over it", errno, false);
   }
   return true;
+}
+
+void IgnoreFileSizeSignal() {
+  std::signal(SIGXFSZ, SIG_IGN);
 }
 
 void PrintErrorLine(std::ostream& err, const std::string& sFile, const std::string& sMessage) {

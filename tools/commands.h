@@ -3,6 +3,7 @@
 #define ZYRA_TOOLS_COMMANDS_H_
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -11,8 +12,9 @@ namespace zyra::tool {
 
 // Exit status of the tool.
 inline constexpr int kExitSuccess = 0;
-inline constexpr int kExitFailure = 1;  // not a usable response file, or a step failed
-inline constexpr int kExitUsage = 2;    // wrong command line
+inline constexpr int kExitFailure = 1;        // not a usable response file, or a step failed
+inline constexpr int kExitUsage = 2;          // wrong command line
+inline constexpr int kExitInterrupted = 130;  // Ctrl-C: 128 + SIGINT, as shells report it
 
 // "zyra-rsp " and the version: the application text written into saved files.
 std::string AppVersionString();
@@ -93,11 +95,18 @@ SplitPath SplitFilePath(const std::string& sFilePath);
 
 // Writes `bytes` to `sTarget` so that the target is either the old file or the complete new
 // one, never something in between: the bytes go to a fresh temporary file beside the target,
-// which is flushed to disk, closed and renamed over the target. On any failure the temporary is
-// removed, the target is left as it was, `sErrorMessage` says what failed and the result is
-// false. A new file gets the usual permissions; a replaced one keeps its own.
+// which is flushed to disk, closed and renamed over the target. On any failure (a full disk,
+// the file-size limit) the temporary is removed, the target is left as it was, `sErrorMessage`
+// says what failed and the result is false. `proceed` is told the share written before each
+// piece of the write and before the rename; when it answers false (Ctrl-C) the write stops the
+// same way. A new file gets the usual permissions; a replaced one keeps its own.
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
-                         std::string& sErrorMessage);
+                         std::string& sErrorMessage,
+                         const std::function<bool(double dFraction)>& proceed = nullptr);
+
+// Makes a write past the file-size limit fail with an error (EFBIG) instead of ending the
+// process with SIGXFSZ, so that the temporary file can be removed and the failure reported.
+void IgnoreFileSizeSignal();
 
 // One error line "zyra-rsp: FILE: message" (line breaks in the message become blanks).
 void PrintErrorLine(std::ostream& err, const std::string& sFile, const std::string& sMessage);

@@ -64,6 +64,15 @@ TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
     fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add);
     onlyTarget();
   }
+  // Stopped (Ctrl-C) after the first megabyte of three: the old file stays, no temporary.
+  int asked = 0;
+  std::string message;
+  const std::vector<uint8_t> big(3 << 20, 'x');
+  EXPECT_FALSE(WriteFileAtomically(target, big, message, [&](double) { return ++asked < 2; }));
+  EXPECT_EQ(message, "interrupted, nothing written");
+  EXPECT_EQ(asked, 2);
+  EXPECT_EQ(testing::ReadWholeFile(target), "second");
+  onlyTarget();
   // A folder in the target's place: the bytes are written, the rename fails.
   fs::remove(target);
   fs::create_directory(target);

@@ -12,6 +12,7 @@
 #include <gtest/gtest.h>
 
 #include "tools/commands.h"
+#include "tools/input_file.h"
 #include "tools/plot_data.h"
 #include "tools/response_session.h"
 
@@ -160,7 +161,10 @@ TEST(PlotCommandTest, DemoTailAndPictures) {
   demo.sOutDir = dir;
   ASSERT_EQ(RunDemo(demo), kExitSuccess);
   CProbeRspClass file;
-  ASSERT_TRUE(IsCleanRead(ReadResponseFile(file, dir / "demo-hall.rsp", nullptr, nullptr)));
+  InputFile input;
+  std::string sProblem;
+  ASSERT_TRUE(input.Open(dir / "demo-hall.rsp", sProblem)) << sProblem;
+  ASSERT_TRUE(IsCleanRead(input.Read(file, nullptr, nullptr)));
   ASSERT_FALSE(PrepareResponse(file, nullptr).error);
   const Evaluation evaluation = EvaluateResponse(file, false, {}, nullptr);
   for (const int32_t band : {3, 11, 21}) {

@@ -13,7 +13,9 @@ namespace zyra::tool {
 namespace {
 
 constexpr std::size_t kBarWidth = 30;
-constexpr std::size_t kCaptionWidth = 32;
+constexpr std::size_t kCaptionWidth = 40;
+// Looks at the clock per interval that the stride aims at.
+constexpr double kClockReadsPerInterval = 8.0;
 
 // A signal handler can reach nothing but a lock-free atomic of static storage; this flag is the
 // only state the handler and the bar share, and it is written by the handler alone (and reset
@@ -70,10 +72,25 @@ bool TerminalProgress::ReportProgress(const std::string& sCaption, double dFract
   return true;
 }
 
+void TerminalProgress::Begin(const std::string& sStep) {
+  step_ = sStep;
+  if (!isTerminal_) return;
+  Show(sStep + " ...");
+  hasDrawn_ = true;
+  lastDraw_ = clock_();
+  lastClock_ = lastDraw_;
+  // A new step may report at a quite different pace.
+  stride_ = 1;
+  callsUntilClock_ = 1;
+}
+
 void TerminalProgress::Done() {
   if (lineLength_ > 0) Print("\r" + std::string(lineLength_, ' ') + "\r");
   lineLength_ = 0;
   hasDrawn_ = false;
+  step_.clear();
+  stride_ = 1;
+  callsUntilClock_ = 0;
 }
 
 bool TerminalProgress::IsCancelled() const {
@@ -100,16 +117,38 @@ std::string TerminalProgress::BarLine(const std::string& sCaption, double dFract
 }
 
 void TerminalProgress::Draw(const std::string& sCaption, double dFraction, double dInterval) {
-  if (!isTerminal_) return;
-  const double now = clock_();
+  // A count per report; the clock only now and then.
+  if (!isTerminal_ || --callsUntilClock_ > 0) return;
+  const double now = ReadClock(dInterval);
   if (hasDrawn_ && now - lastDraw_ < dInterval) return;
   hasDrawn_ = true;
   lastDraw_ = now;
-  const std::string line = BarLine(sCaption, dFraction);
+  if (step_.empty()) {
+    Show(BarLine(sCaption, dFraction));
+  } else if (sCaption.empty() || dFraction >= 1.0) {
+    Show(step_ + " ...");
+  } else {
+    Show(BarLine(step_ + ": " + sCaption, dFraction));
+  }
+}
+
+double TerminalProgress::ReadClock(double dInterval) {
+  const double now = clock_();
+  const double dElapsed = now - lastClock_;
+  lastClock_ = now;
+  const double dTarget = dInterval / kClockReadsPerInterval;
+  // Reports that came faster than aimed at widen the stride in proportion, slower ones narrow it.
+  const double dStride = dElapsed > 0.0 ? stride_ * dTarget / dElapsed : 2.0 * stride_;
+  stride_ = static_cast<int32_t>(std::clamp(dStride, 1.0, static_cast<double>(kMaxStride)));
+  callsUntilClock_ = stride_;
+  return now;
+}
+
+void TerminalProgress::Show(const std::string& sLine) {
   // Blanks over whatever a longer previous line left behind.
-  const std::size_t pad = lineLength_ > line.size() ? lineLength_ - line.size() : 0;
-  Print("\r" + line + std::string(pad, ' '));
-  lineLength_ = line.size() + pad;
+  const std::size_t pad = lineLength_ > sLine.size() ? lineLength_ - sLine.size() : 0;
+  Print("\r" + sLine + std::string(pad, ' '));
+  lineLength_ = sLine.size() + pad;
 }
 
 void TerminalProgress::Print(const std::string& sText) {

@@ -14,10 +14,17 @@
 
 namespace zyra::tool {
 
-// Draws "caption [=====>     ]  42%" on one line, redrawn in place at most once per interval.
-// It stays completely silent when its output is not a terminal (a script or a pipe reading
-// standard error sees nothing), and clears its line when done so that the command's own output
-// starts on a clean line.
+// Draws "step: caption [=====>     ]  42%" on one line, redrawn in place at most once per
+// interval: the step the tool is running ("Reading", "Evaluating") and the library's caption
+// within it; a part the library reports as done shows the step alone. It stays completely
+// silent when its output is not a terminal (a script or a pipe reading standard error sees
+// nothing), and clears its line when done so that the command's own output starts on a clean
+// line.
+//
+// The library reports as often as once per pulse and band, so a report must cost next to
+// nothing: it counts down, and only every so many reports the clock is read. That stride adapts
+// to the reports' pace, aiming at a look at the clock per eighth of the interval, and starts
+// again from 1 with each step.
 //
 // While it lives, Ctrl-C asks for cancellation instead of ending the process: the next
 // ReportProgress answers false (the library then stops and reports). A second Ctrl-C ends the
@@ -41,7 +48,9 @@ class TerminalProgress : public BusyIndicator {
   bool ReportProgress(const std::string& sCaption, double dFraction,
                       const std::string& sAbortWarning, double dInterval) override;
 
-  // Clears the bar's line; the next progress call draws afresh.
+  // Names the step that runs now and shows it at once (on a terminal).
+  void Begin(const std::string& sStep);
+  // Clears the bar's line and forgets the step; the next progress call draws afresh.
   void Done();
 
   // True once the user pressed Ctrl-C while this object lived.
@@ -50,15 +59,25 @@ class TerminalProgress : public BusyIndicator {
   // The text of one bar line, without the carriage return (fraction clipped to 0 ... 1).
   static std::string BarLine(const std::string& sCaption, double dFraction);
 
+  // The most reports between two reads of the clock.
+  static constexpr int32_t kMaxStride = 4096;
+
  private:
   void Draw(const std::string& sCaption, double dFraction, double dInterval);
+  // Reads the clock and sets how many reports pass before the next read.
+  double ReadClock(double dInterval);
+  void Show(const std::string& sLine);
   void Print(const std::string& sText);
 
   std::ostream& out_;
   bool isTerminal_;
   Clock clock_;
+  std::string step_;
   bool hasDrawn_ = false;
   double lastDraw_ = 0.0;
+  int32_t callsUntilClock_ = 0;
+  int32_t stride_ = 1;
+  double lastClock_ = 0.0;
   std::size_t lineLength_ = 0;  // characters of the line on screen, 0 when clear
   bool warned_ = false;
   struct sigaction previous_ {};

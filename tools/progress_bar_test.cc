@@ -1,7 +1,9 @@
 #include "tools/progress_bar.h"
 
+#include <algorithm>
 #include <cmath>
 #include <csignal>
+#include <functional>
 #include <sstream>
 
 #include <gtest/gtest.h>
@@ -9,7 +11,7 @@
 namespace zyra::tool {
 namespace {
 
-TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAtMostOncePerIntervalOnATerminal) {
+TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAboutOncePerIntervalOnATerminal) {
   std::ostringstream pipe;
   {
     TerminalProgress progress(pipe, false, [] { return 0.0; });
@@ -18,26 +20,50 @@ TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAtMostOncePerIntervalOnATermin
   }
   EXPECT_EQ(pipe.str(), "");
 
-  std::ostringstream out;
-  double now = 10.0;
-  TerminalProgress progress(out, true, [&] { return now; });
-  std::string last;
-  // The first call draws, then only after a full interval of 0.25 s.
+  // One second of work in fast and in slow reports, time counted by the reports made.
   const struct {
-    double time, fraction;
-    bool drawn;
-  } rows[] = {{10.0, 0.0, true}, {10.249, 0.2, false}, {10.25, 0.3, true}, {11.0, 0.5, true}};
+    int32_t reports;
+    int32_t maxClockReads;
+  } rows[] = {{10'000'000, 10'000'000 / TerminalProgress::kMaxStride + 40}, {100, 100}};
   for (const auto& row : rows) {
-    now = row.time;
-    const std::size_t before = out.str().size();
-    EXPECT_TRUE(progress.ReportProgress("Sort Pulses", row.fraction, "", kBusyInterval));
-    EXPECT_EQ(out.str().size() > before, row.drawn) << row.time;
-    if (row.drawn) last = out.str().substr(before);
+    std::ostringstream out;
+    int32_t reports = 0;
+    int32_t clockReads = 0;
+    const double secondsPerReport = 1.0 / row.reports;
+    TerminalProgress progress(out, true, [&] { return ++clockReads, reports * secondsPerReport; });
+    for (; reports < row.reports; ++reports) {
+      EXPECT_TRUE(progress.ReportProgress("Sort Pulses", reports * secondsPerReport, "", 0.25));
+    }
+    const std::string text = out.str();
+    const auto draws = std::count(text.begin(), text.end(), '\r');
+    EXPECT_TRUE(draws >= 4 && draws <= 5) << draws << " draws for " << row.reports;
+    EXPECT_LE(clockReads, row.maxClockReads) << row.reports;
+    // The last line drawn shows where the work stood then; Done clears it.
+    const std::size_t last = text.rfind('\r');
+    EXPECT_TRUE(text.substr(last + 1).starts_with("Sort Pulses [=====")) << text.substr(last);
+    progress.Done();
+    EXPECT_TRUE(out.str().ends_with("\r" + std::string(text.size() - last - 1, ' ') + "\r"));
   }
-  EXPECT_EQ(last, "\r" + TerminalProgress::BarLine("Sort Pulses", 0.5));
-  progress.Done();
-  const std::string clear = "\r" + std::string(last.size() - 1, ' ') + "\r";
-  EXPECT_TRUE(out.str().ends_with(clear));
+}
+
+TEST(TerminalProgressTest, ShowsTheStepThatRunsAndTheLibrarysCaptionInIt) {
+  std::ostringstream out;
+  double now = 0.0;
+  TerminalProgress progress(out, true, [&] { return now; });
+  const auto drawn = [&](const std::function<void()>& report) {
+    const std::size_t before = out.str().size();
+    report();
+    return out.str().substr(before);
+  };
+  EXPECT_EQ(drawn([&] { progress.Begin("Reading"); }), "\rReading ...");
+  now = 1.0;
+  EXPECT_EQ(drawn([&] { progress.ShowProgress("Releasing Memory", 0.5, kBusyInterval); }),
+            "\r" + TerminalProgress::BarLine("Reading: Releasing Memory", 0.5));
+  // A part reported done shows the step alone until the next part.
+  now = 2.0;
+  EXPECT_TRUE(drawn([&] {
+                progress.ShowProgress("Releasing Memory", 1.0, kBusyInterval);
+              }).starts_with("\rReading ..."));
 }
 
 TEST(TerminalProgressTest, BarLineClipsTheFraction) {

@@ -29,6 +29,14 @@ std::string Trimmed(std::string sText) {
   return sText;
 }
 
+// A text from the file as UTF-8 with its control characters (NUL padding among them) as dots.
+std::string Shown(std::string sText) {
+  for (char& c : sText) {
+    if (static_cast<unsigned char>(c) < 0x20) c = '.';
+  }
+  return Latin1ToUtf8(sText);
+}
+
 std::string Level(double dEnergy) {
   return Cell(TotalLevel(dEnergy), "%.1f", 7);
 }
@@ -86,42 +94,57 @@ void OctaveTable(std::ostringstream& out, const CParameterSet& p) {
 
 }  // namespace
 
-std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CProbeRspClass& cFile,
-                        const ReadOutcome& read, const InitOutcome& init,
-                        const Evaluation* evaluation) {
+std::string InfoFileSummary(const std::string& sFile, const BlockWalk& walk,
+                            const BlockWalk::Listing& listing) {
   std::ostringstream out;
-  out << "File: " << Latin1ToUtf8(sFile) << " (" << walk.lFileSize << " bytes)\n";
-  if (walk.bHasHeader) {
-    const CFileHeaderClass& h = walk.header;
-    out << "Header: " << (walk.bMagicOk ? "ZYRA" : "bad magic") << ", kind "
-        << Latin1ToUtf8(h.IDfx()) << ", version " << h.Vrsn() << ", " << h.nHdr()
+  out << "File: " << Latin1ToUtf8(sFile) << " (" << walk.FileSize() << " bytes)\n";
+  if (walk.FileSize() >= CFileHeaderClass::kLength && walk.Verdict() != FileVerdict::kUnreadable) {
+    const CFileHeaderClass& h = walk.FileHeader();
+    out << "Header: " << (h.ZYRA() == ResponseFileMagic() ? "ZYRA" : "bad magic") << ", kind "
+        << Shown(h.IDfx()) << ", version " << h.Vrsn() << ", " << h.nHdr()
         << " headers, pulse records " << h.nRcd() + 1 << " x " << h.lRcd() << " bytes from byte "
         << h.addr() << "\n";
   }
+  if (walk.Verdict() != FileVerdict::kResponseFile) {
+    out << "Not a usable response file: " << FileVerdictText(walk.Verdict()) << "\n";
+    return out.str();
+  }
   out << "Blocks:\n  offset    id    version  records  record length  body length\n";
-  for (const WalkedBlock& block : walk.blocks) {
+  for (const WalkedBlock& block : listing.blocks) {
     const CRspBlockHeaderClass& h = block.header;
     char line[160];
     std::snprintf(
-        line, sizeof line, "  %-9d %-5s %7d %8d %14d %12s%s%s%s\n", block.lOffset,
-        ("\"" + Latin1ToUtf8(h.IDfx()) + "\"").c_str(), h.Vrsn(), h.nInfo(), h.lInfo(),
-        block.lLength == CRspBlockHeaderClass::kBadLength ? "-"
-                                                          : std::to_string(block.lLength).c_str(),
+        line, sizeof line, "  %-9lld %-5s %7d %8d %14d %12s%s%s%s\n",
+        static_cast<long long>(block.lOffset), ("\"" + Shown(h.IDfx()) + "\"").c_str(), h.Vrsn(),
+        h.nInfo(), h.lInfo(), block.HasLength() ? std::to_string(block.lLength).c_str() : "-",
         (h.flags() & kBlockFlagLast) != 0 ? "  last" : "",
-        block.bKnown ? "" : "  (unknown, skipped)", block.bTruncated ? "  (truncated)" : "");
+        block.IsKnown() ? "" : "  (unknown, skipped)", block.bTruncated ? "  (truncated)" : "");
     out << line;
   }
-  out << "  walk ended at: " << WalkEndText(walk.eEnd);
-  if (walk.lTrailingBytes > 0) out << ", " << walk.lTrailingBytes << " bytes behind it";
+  if (listing.bCut) {
+    out << "  ... more blocks behind byte " << walk.Block().lOffset << ", not listed\n";
+    return out.str();
+  }
+  out << "  walk ended at: " << WalkEndText(walk.End());
+  if (walk.TrailingBytes() > 0) out << ", " << walk.TrailingBytes() << " bytes behind it";
   out << "\n";
+  return out.str();
+}
+
+std::string InfoReadSummary(const CProbeRspClass& cFile, const ReadOutcome& read,
+                            const InitOutcome* init, const InfoTimes* times) {
+  std::ostringstream out;
   out << "Read: result " << read.lResult;
   if (!read.sMessage.empty()) out << ", " << Latin1ToUtf8(Trimmed(read.sMessage)).substr(0, 100);
   out << "\n";
-  if (init.error) {
-    out << "Preparation: error " << init.error->lNumber << ", " << init.error->sDescription << "\n";
+  if (init == nullptr) {
+    out << "Preparation: not run\n";
+  } else if (init->error) {
+    out << "Preparation: error " << init->error->lNumber << ", " << init->error->sDescription
+        << "\n";
   } else {
-    out << "Preparation: result " << init.lResult;
-    if (!init.sMessage.empty()) out << ", " << Latin1ToUtf8(init.sMessage);
+    out << "Preparation: result " << init->lResult;
+    if (!init->sMessage.empty()) out << ", " << Latin1ToUtf8(init->sMessage);
     out << "\n";
   }
   const CSystemResponse& rsp = *cFile.Rsp();
@@ -140,7 +163,13 @@ std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CP
   out << "Probe: \"" << Latin1ToUtf8(Trimmed(probe.PrLabel())) << "\" in \""
       << Latin1ToUtf8(Trimmed(probe.PrRoom())) << "\" at (" << probe.PrSite(1) << ", "
       << probe.PrSite(2) << ", " << probe.PrSite(3) << ")\n";
-  if (evaluation != nullptr) Times(out, *evaluation->results);
+  if (times != nullptr) {
+    out << "Times (ms; tRef absolute, the others relative to it):\n"
+        << "  tRef " << Cell(times->tRef, "%.2f", 0) << "   tFirst "
+        << Cell(times->tFirst, "%.2f", 0) << "   tLast " << Cell(times->tLast, "%.2f", 0)
+        << "   tGap " << Cell(times->tGap, "%.2f", 0) << "\n  tSplit "
+        << Cell(times->tSplit, "%.2f", 0) << "   tDiff " << Cell(times->tDiff, "%.2f", 0) << "\n";
+  }
   return out.str();
 }
 

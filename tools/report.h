@@ -4,17 +4,28 @@
 
 #include <string>
 
-#include "tools/file_walk.h"
 #include "tools/response_session.h"
+#include "zyra/format/block_walk.h"
 #include "zyra/calc/room_parameters.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {
 
-// Header, blocks with offsets and lengths, counts, probe label and, when evaluated, the times.
-std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CProbeRspClass& cFile,
-                        const ReadOutcome& read, const InitOutcome& init,
-                        const Evaluation* evaluation);
+// The times `info` shows, in ms: those of the direct sounds (CalculateTimes; tRef absolute, the
+// others relative to it) and the tail info's split and diffuse times. NaN where there are none.
+struct InfoTimes {
+  double tRef, tFirst, tLast, tGap, tSplit, tDiff;
+};
+
+// The first part of `info`, from the walk alone: the file, its header and how it was judged,
+// the blocks with offsets and lengths, and why the walk ended.
+std::string InfoFileSummary(const std::string& sFile, const BlockWalk& walk,
+                            const BlockWalk::Listing& listing);
+
+// The second part, after reading: the read and preparation outcomes (init null: not run),
+// counts, probe label and, when known, the times.
+std::string InfoReadSummary(const CProbeRspClass& cFile, const ReadOutcome& read,
+                            const InitOutcome* init, const InfoTimes* times);
 
 // The per-band table (levels, C50, C80, D50), the times and Alcons over a few times; with
 // parameters, the octave table (decay times, clarity, definition, centre time, strength,

@@ -1,5 +1,5 @@
-// The host sequence the commands share: check the input file, read it with the tool's
-// settings, prepare it, evaluate it; each outcome kept for the JSON and the error line.
+// The host sequence the commands share: read with the tool's settings (input_file.h), prepare,
+// evaluate; each outcome kept for the JSON and the error line.
 #ifndef ZYRA_TOOLS_RESPONSE_SESSION_H_
 #define ZYRA_TOOLS_RESPONSE_SESSION_H_
 
@@ -51,19 +51,6 @@ bool IsCleanRead(const ReadOutcome& read);
 inline bool IsFailedRead(const ReadOutcome& read) {
   return read.lResult == -1;
 }
-
-// The problem with an input file the reader would take silently as an empty response: it is
-// missing, not a regular file, unreadable or empty. No value when the file can be read.
-std::optional<std::string> InputFileProblem(const std::string& sFilePath);
-
-// The whole file, or the problem reading it.
-std::optional<std::vector<uint8_t>> ReadFileBytes(const std::string& sFilePath,
-                                                  std::string& sProblem);
-
-// ReadRSPFile with the tool's settings: folder and name split from the path, no default local
-// reverberation, inactive pulses kept, the tool's version as the application text.
-ReadOutcome ReadResponseFile(CProbeRspClass& cFile, const std::string& sFilePath,
-                             BusyIndicator* cBusy, Logger* cReadLogger);
 
 // The preparation after reading: coherence kept, bad bundles corrected where found (and both
 // recorded in the probe info); a run-time error is kept, not thrown.

@@ -1,6 +1,7 @@
 // The seven commands of zyra-rsp over the host sequence of response_session.h.
 #include <filesystem>
 #include <iostream>
+#include <limits>
 #include <sstream>
 
 #include "tools/commands.h"
@@ -9,7 +10,7 @@
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
-#include "tools/file_walk.h"
+#include "tools/input_file.h"
 #include "tools/picture.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
@@ -22,6 +23,9 @@
 
 namespace zyra::tool {
 namespace {
+
+// The blocks `info` lists at most; a real file has eight or nine.
+constexpr std::size_t kInfoMaxBlocks = 1000;
 
 // A library message on one line: control characters (the reader's NUL before the file name
 // among them) become blanks, Latin-1 becomes UTF-8, surrounding blanks go.
@@ -40,10 +44,13 @@ std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
 }
 
-// The one line for a read that was not clean.
-std::string ReadProblem(const ReadOutcome& read) {
-  if (read.lResult == -1) return "not a usable response file: " + MessageLine(read.sMessage);
-  return "reading stopped early: " + MessageLine(read.sMessage);
+// The one line for a read that was not clean, with the place where the reader stopped.
+std::string ReadProblem(const ReadOutcome& read, const CProbeRspClass& cFile) {
+  std::string line =
+      read.lResult == -1 ? "not a usable response file: " : "reading stopped early: ";
+  line += MessageLine(read.sMessage);
+  if (const auto& place = cFile.ReadStopPlace()) line += " (" + FilePlaceText(*place) + ")";
+  return line;
 }
 
 void PrintJson(const Json& document) {
@@ -61,20 +68,24 @@ struct Session {
 
 int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress& progress,
                    bool bJsonFailures) {
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
+  InputFile input;
+  std::string sProblem;
+  if (!input.Open(sFile, sProblem)) {
+    PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
-  session.read = ReadResponseFile(session.file, sFile, &progress, nullptr);
+  progress.Begin("Reading");
+  session.read = input.Read(session.file, &progress, nullptr);
   progress.Done();
   if (!IsCleanRead(session.read)) {
     if (bJsonFailures) {
       PrintJson(Json{{"read", Json{{"result", session.read.lResult},
                                    {"message", TextJson(session.read.sMessage)}}}});
     }
-    PrintErrorLine(sFile, ReadProblem(session.read));
+    PrintErrorLine(sFile, ReadProblem(session.read, session.file));
     return kExitFailure;
   }
+  progress.Begin("Preparing");
   session.init = PrepareResponse(session.file, &progress);
   progress.Done();
   if (session.init.error) {
@@ -84,7 +95,7 @@ int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress&
   }
   if (progress.IsCancelled()) {
     PrintErrorLine(sFile, "cancelled");
-    return kExitFailure;
+    return kExitInterrupted;
   }
   return kExitSuccess;
 }
@@ -94,6 +105,7 @@ std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, b
                                    const AlconsSettings& alcons, TerminalProgress& progress,
                                    bool bJsonFailures) {
   try {
+    progress.Begin("Evaluating");
     Evaluation evaluation = EvaluateResponse(session.file, bDirectOnly, alcons, &progress);
     progress.Done();
     if (evaluation.lCalcResult != 0) {
@@ -153,6 +165,31 @@ bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPictur
   return false;
 }
 
+// The times of the direct sounds and the tail info's split and diffuse times, without an
+// evaluation.
+InfoTimes CalculateInfoTimes(const CProbeRspClass& cFile) {
+  const double kNone = std::numeric_limits<double>::quiet_NaN();
+  InfoTimes times{kNone, kNone, kNone, kNone, cFile.ETC()->tSplit(), cFile.ETC()->tDiff()};
+  double tOff = kNone;
+  cFile.Rsp()->CalculateTimes(false, times.tFirst, times.tLast, tOff, times.tRef, times.tGap);
+  return times;
+}
+
+// Writes a response file through a temporary, with the bar showing the share written; Ctrl-C
+// stops the write and leaves the old file.
+int WriteOutput(const std::string& sOut, std::span<const uint8_t> image,
+                TerminalProgress& progress) {
+  const std::string sCaption = SplitFilePath(sOut).sFile;
+  std::string sMessage;
+  const bool bWritten = WriteFileAtomically(sOut, image, sMessage, [&](double dFraction) {
+    return progress.ReportProgress(sCaption, dFraction, "", kBusyInterval);
+  });
+  progress.Done();
+  if (bWritten) return kExitSuccess;
+  PrintErrorLine(sOut, sMessage);
+  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
+}
+
 std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
   std::string label = cFile.ProbeInfo()->PrLabel();
   while (!label.empty() && (label.back() == ' ' || label.back() == '\0')) label.pop_back();
@@ -163,59 +200,71 @@ std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) 
 
 int RunInfo(const InfoOptions& options) {
   const std::string& sFile = options.sFile;
+  InputFile input;
   std::string sProblem;
-  const auto bytes = ReadFileBytes(sFile, sProblem);
-  if (!bytes) {
+  if (!input.Open(sFile, sProblem)) {
     PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
-  const FileWalk walk = WalkResponseBytes(*bytes);
+  // The headers alone first, by seeks: a file the reader would refuse is judged without
+  // loading it.
+  BlockWalk walk(input.Stream(), input.Size());
+  const BlockWalk::Listing listing = walk.ListBlocks(kInfoMaxBlocks);
+  std::cout << InfoFileSummary(sFile, walk, listing);
+  std::cout.flush();
+  if (walk.Verdict() != FileVerdict::kResponseFile) {
+    PrintErrorLine(sFile, "not a usable response file: " + FileVerdictText(walk.Verdict()));
+    return kExitFailure;
+  }
   TerminalProgress progress;
   CProbeRspClass file;
-  const ReadOutcome read = ReadResponseFile(file, sFile, &progress, nullptr);
+  progress.Begin("Reading");
+  const ReadOutcome read = input.Read(file, &progress, nullptr);
   progress.Done();
-  if (read.lResult == -1) {
-    PrintErrorLine(sFile, ReadProblem(read));
-    return kExitFailure;
-  }
   const bool bClean = IsCleanRead(read);
-  InitOutcome init;
-  std::optional<Evaluation> evaluation;
+  std::optional<InitOutcome> init;
+  std::optional<InfoTimes> times;
   if (bClean) {
+    progress.Begin("Preparing");
     init = PrepareResponse(file, &progress);
     progress.Done();
-    if (!init.error) {
+    if (!init->error) {
       try {
-        evaluation = EvaluateResponse(file, false, {}, &progress);
+        times = CalculateInfoTimes(file);
       } catch (const RuntimeError& error) {
-        init.error = ErrorInfoOf(error);
+        init->error = ErrorInfoOf(error);
       }
-      progress.Done();
     }
   }
-  std::cout << InfoSummary(sFile, walk, file, read, init, evaluation ? &*evaluation : nullptr);
+  std::cout << InfoReadSummary(file, read, init ? &*init : nullptr, times ? &*times : nullptr);
   if (!bClean) {
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
-  if (init.error) {
-    PrintErrorLine(sFile, ErrorText(*init.error));
+  if (init->error) {
+    PrintErrorLine(sFile, ErrorText(*init->error));
     return kExitFailure;
+  }
+  if (progress.IsCancelled()) {
+    PrintErrorLine(sFile, "cancelled");
+    return kExitInterrupted;
   }
   return kExitSuccess;
 }
 
 int RunDump(const DumpOptions& options) {
   const std::string& sFile = options.sFile;
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
+  InputFile input;
+  std::string sProblem;
+  if (!input.Open(sFile, sProblem)) {
+    PrintErrorLine(sFile, sProblem);
     return kExitFailure;
   }
   TerminalProgress progress;
   StringLogger logger;
   CProbeRspClass file;
-  const ReadOutcome read =
-      ReadResponseFile(file, sFile, &progress, options.bLog ? &logger : nullptr);
+  progress.Begin("Reading");
+  const ReadOutcome read = input.Read(file, &progress, options.bLog ? &logger : nullptr);
   progress.Done();
   if (options.bLog) {
     std::cerr << logger.Text();
@@ -223,19 +272,19 @@ int RunDump(const DumpOptions& options) {
   }
   if (IsFailedRead(read)) {
     PrintJson(Json{{"read", ReadJson(read)}});
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
   std::optional<InitOutcome> init;
   if (!options.bRaw) {
+    progress.Begin("Preparing");
     init = PrepareResponse(file, &progress);
     progress.Done();
   }
-  const CFileHeaderClass header = ReadFileHeaderOf(sFile).value_or(CFileHeaderClass{});
-  WriteDumpJson(std::cout, file, header, read, init ? &*init : nullptr);
+  WriteDumpJson(std::cout, file, file.FileHeader(), read, init ? &*init : nullptr);
   std::cout.flush();
   if (!IsCleanRead(read)) {
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, ReadProblem(read, file));
     return kExitFailure;
   }
   if (init && init->error) {
@@ -284,18 +333,15 @@ int RunConvert(const ConvertOptions& options) {
   Session session;
   if (const int status = OpenAndPrepare(options.sIn, session, progress, false)) return status;
   std::vector<uint8_t> image;
+  progress.Begin("Writing");
   try {
     image = SaveImage(session.file, options.sOut, session.read);
   } catch (const RuntimeError& error) {
+    progress.Done();
     PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
     return kExitFailure;
   }
-  std::string sMessage;
-  if (!WriteFileAtomically(options.sOut, image, sMessage)) {
-    PrintErrorLine(options.sOut, sMessage);
-    return kExitFailure;
-  }
-  return kExitSuccess;
+  return WriteOutput(options.sOut, image, progress);
 }
 
 int RunPlot(const PlotOptions& options) {
@@ -336,20 +382,15 @@ int RunSynth(const SynthOptions& options) {
   CProbeRspClass file;
   TerminalProgress progress;
   try {
+    progress.Begin("Synthesising");
     SynthesizeResponseFile(file, options, &progress);
-    progress.Done();
-    const std::vector<uint8_t> image = ReproducibleImage(file);
-    std::string sMessage;
-    if (!WriteFileAtomically(options.sOut, image, sMessage)) {
-      PrintErrorLine(options.sOut, sMessage);
-      return kExitFailure;
-    }
+    progress.Begin("Writing");
+    return WriteOutput(options.sOut, ReproducibleImage(file), progress);
   } catch (const RuntimeError& error) {
     progress.Done();
     PrintErrorLine(options.sOut, "cannot be synthesised: " + ErrorText(ErrorInfoOf(error)));
     return kExitFailure;
   }
-  return kExitSuccess;
 }
 
 int RunDemo(const DemoOptions& options) {

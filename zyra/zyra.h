@@ -15,9 +15,12 @@
 #include "zyra/support/logger.h"
 #include "zyra/support/text_form.h"
 
-// Response file container
+// Response file format: the file and block headers and the one walk over a file's blocks
+#include "zyra/format/block_walk.h"
 #include "zyra/format/file_header.h"
 #include "zyra/format/rsp_block_header.h"
+
+// Response file container, text and local-reverberation blocks
 #include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/local_rt_info.h"
 #include "zyra/rsp/probe_rsp.h"

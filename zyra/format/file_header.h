@@ -20,6 +20,8 @@ class CFileHeaderClass {
   // Reads the nine fields in file order, then prints them when a logger is given.
   void ReadFromByteStream(ByteStream& cByteStream, Logger* cReadLogger = nullptr);
   void SaveToByteStream(ByteStream& cByteStream) const;
+  // One line per field, as the reader logs the header.
+  void PrintToLogger(Logger& cLogger) const;
 
   std::string ZYRA() const { return zyra_.Get(); }
   void SetZYRA(const std::string& value) { zyra_.Set(value); }
@@ -53,7 +55,6 @@ class CFileHeaderClass {
     f(h.lRcd_);
     f(h.addr_);
   }
-  void PrintToLogger(Logger& cLogger) const;
 
   FixedText<6> zyra_;
   int16_t nHdr_ = 0;
@@ -68,6 +69,12 @@ class CFileHeaderClass {
 
 // The magic a response file starts with: "ZYRA", then the bytes 3 and 0.
 std::string ResponseFileMagic();
+// The kind every response file names in IDfx.
+inline constexpr char kResponseFileKind[] = "RF";
+// File versions: 1 for plain files, 2 when reflections of line arrays are in the pulses; the
+// reader takes 0 to 2.
+inline constexpr int16_t kFileVersionPlain = 1;
+inline constexpr int16_t kFileVersionLineArrays = 2;
 
 }  // namespace zyra
 

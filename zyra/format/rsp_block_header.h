@@ -26,6 +26,8 @@ class CRspBlockHeaderClass {
   void SaveToByteStream(ByteStream& cByteStream) const;
   // Reads the six fields in file order, then prints them when a logger is given.
   void ReadFromByteStream(ByteStream& cByteStream, Logger* cReadLogger = nullptr);
+  // One line per field, as the readers log the header.
+  void PrintToLogger(Logger& cLogger) const;
   // The length of the body behind the header, or kBadLength; never fails.
   int32_t GetBlockLength() const noexcept;
 
@@ -52,7 +54,6 @@ class CRspBlockHeaderClass {
     f(h.nInfo_);
     f(h.lInfo_);
   }
-  void PrintToLogger(Logger& cLogger) const;
 
   FixedText<4> idfx_;
   int16_t lHdr_ = 0;

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/flags.h"
 #include "zyra/support/indexed_array.h"
@@ -30,7 +31,7 @@ class CETCInfoClass {
                              Logger* cReadLogger = nullptr);
   void PrintToLogger(Logger* cLogger) const;
   void SaveToByteStream(ByteStream& cByteStream) const;
-  std::string GetBlockID() const { return "TAIL"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kTailInfo)); }
   int32_t GetLengthInFile() const noexcept { return kBodyLength; }
 
   int16_t HorAngle() const noexcept { return horAngle_; }

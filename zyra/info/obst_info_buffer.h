@@ -7,6 +7,7 @@
 #include <string>
 #include <utility>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/info/obst_info.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
@@ -40,7 +41,7 @@ class CObstInfoBufferClass {
   // Writes the header (also for an empty list) and records 1..Count; returns the number of
   // bytes written, header included.
   int32_t SaveInfoBlockToByteStream(ByteStream& cByteStream) const;
-  std::string GetBlockID() const { return "OBST"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kObstInfos)); }
   // Discards every entry and makes nObstInfo + 1 fresh ones; a negative count is error 5.
   void SetCount(int32_t nObstInfo) { slots_.Refill(nObstInfo); }
   // Resizes to 0..nObstInfo keeping the entries; empty slots get fresh ones. A negative

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/fixed_text.h"
 #include "zyra/support/indexed_array.h"
@@ -23,7 +24,7 @@ class CPredictionInfoClass {
                              Logger* cReadLogger = nullptr);
   void PrintToLogger(Logger* cLogger) const;
   void SaveToByteStream(ByteStream& cByteStream) const;
-  std::string GetBlockID() const { return "PRED"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kPrediction)); }
   // A new object with every value set through the properties.
   std::shared_ptr<CPredictionInfoClass> GetCopy() const;
 

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/fixed_text.h"
 #include "zyra/support/flags.h"
@@ -41,7 +42,7 @@ class CProbeInfoClass {
                              Logger* cReadLogger = nullptr);
   // Always writes version 1.
   void SaveToByteStream(ByteStream& cByteStream) const;
-  std::string GetBlockID() const { return "PROB"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kProbeInfo)); }
   void PrintToLogger(Logger* cLogger) const;
 
   const std::string& PrUserName() const noexcept { return prUserName_; }

@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/response/lsp_info.h"
 #include "zyra/support/logger.h"
 #include "zyra/support/numbered_slots.h"
@@ -33,7 +34,7 @@ class CLspInfoBufferClass {
   // Resizes keeping the records; error 5 for a negative count.
   void SetCountPreserve(int32_t nLspInfo) { slots_.Resize(nLspInfo); }
 
-  std::string GetBlockID() const { return "LSPK"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kLspInfos)); }
 
   // After pulse iPuls was deleted: every PulsNr above iPuls moves down by one.
   void CorrectPulsePointers(int32_t iPuls);

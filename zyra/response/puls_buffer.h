@@ -6,6 +6,7 @@
 #include <memory>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/response/puls.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/indexed_array.h"
@@ -60,7 +61,7 @@ class CPulsBufferClass {
   // Resizes to nPls keeping the pulses; the statistics stay as they are.
   void SetCountPreserve(int32_t nPls) { slots_.Resize(nPls); }
 
-  std::string GetBlockID() const { return "PULS"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kPulses)); }
 
   void UpdateMaxOrderAndID();
   void UpdateMaxSPL();

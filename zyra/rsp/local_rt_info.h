@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/indexed_array.h"
 #include "zyra/support/logger.h"
@@ -15,7 +16,7 @@ class CLocalRTInfoClass {
  public:
   // Header, then the 22 values, slot 0 first.
   void SaveToByteStream(ByteStream& cByteStream) const;
-  std::string GetBlockID() const { return "SLRT"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kLocalRT)); }
   // Slots 0..21; any other is error 9.
   float LocalRTime(int32_t iBand1) const { return localRTime_.Get(iBand1); }
   void SetLocalRTime(int32_t iBand1, float value) { localRTime_.Set(iBand1, value); }

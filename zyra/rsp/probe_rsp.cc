@@ -5,6 +5,7 @@
 #include <exception>
 #include <filesystem>
 #include <fstream>
+#include <istream>
 #include <new>
 #include <vector>
 
@@ -16,42 +17,26 @@
 namespace zyra {
 namespace {
 
-constexpr int16_t kFileVersionPlain = 1;
-constexpr int16_t kFileVersionLineArrays = 2;
 constexpr int32_t kPulsRecordVersionWritten = 1;
 // The reverberation-time type that says "taken from the local reverberation block".
 constexpr int16_t kRTTypeLocal = 19;
 
-// Identifiers of the blocks this reader knows; the old-text repair looks for any of them.
-constexpr std::array<const char*, 8> kKnownBlockIDs{"PROB", "LSPK", "OBST", "TAIL",
-                                                    "PRED", "SLRT", "PULS", "TEXT"};
-
 const std::string kCRLF = "\r\n";
 
-bool IsKnownBlockID(const std::string& sIDfx) {
-  for (const char* id : kKnownBlockIDs) {
-    if (sIDfx == id) return true;
-  }
-  return false;
-}
-
-// The whole file folder + name as bytes; empty when it does not exist (a folder is no file)
-// or holds nothing.
-std::vector<uint8_t> LoadFileBytes(const std::string& sPath, const std::string& sFile) {
-  if (!FileExists(sPath, sFile)) return {};
-  const std::string sFileName = sPath + sFile;
-  std::ifstream file(sFileName, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot open the file");
+// The whole of an open file as bytes: error 6 when it is longer than a stream can hold, 62
+// when it ends before its length, 75 when it cannot be read.
+std::vector<uint8_t> LoadStreamBytes(std::istream& file) {
+  file.clear();
   file.seekg(0, std::ios::end);
   const std::streamoff length = file.tellg();
-  if (length < 0) throw std::runtime_error("cannot read the file");
+  if (length < 0) RaiseError(kErrPathFileAccess);
   if (length > ByteStream::kMaxLength) RaiseError(kErrOverflow);
   std::vector<uint8_t> bytes(static_cast<size_t>(length));
   file.seekg(0, std::ios::beg);
-  if (!bytes.empty() &&
-      !file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length))) {
-    RaiseError(kErrPastEnd);
-  }
+  if (bytes.empty()) return bytes;
+  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length));
+  if (file.bad()) RaiseError(kErrPathFileAccess);
+  if (file.gcount() != static_cast<std::streamsize>(length)) RaiseError(kErrPastEnd);
   return bytes;
 }
 
@@ -77,9 +62,9 @@ int32_t GuardedRead(const std::string& sFile, std::string& sErrorMessage, Read&&
 // block reads into the blocks behind it (blocks that claim to overlap would otherwise make
 // the work grow with the square of the file's size). A block reaching the end of the file
 // is read in place.
-ByteStream& BlockStream(ByteStream& cFile, int32_t lPosition, int32_t lBlockLength,
-                        ByteStream& cScratch) {
-  const int64_t lEnd = int64_t{lPosition} + CRspBlockHeaderClass::kLength + lBlockLength;
+ByteStream& BlockStream(ByteStream& cFile, const WalkedBlock& block, ByteStream& cScratch) {
+  const auto lPosition = static_cast<int32_t>(block.lOffset);
+  const int64_t lEnd = block.lOffset + CRspBlockHeaderClass::kLength + block.lLength;
   if (lEnd >= cFile.GetLength()) {
     cFile.SetPosition(lPosition);
     return cFile;
@@ -88,6 +73,98 @@ ByteStream& BlockStream(ByteStream& cFile, int32_t lPosition, int32_t lBlockLeng
       cFile.Bytes().subspan(static_cast<size_t>(lPosition), static_cast<size_t>(lEnd - lPosition)));
   return cScratch;
 }
+
+// What one read carries from block to block.
+struct ReadPass {
+  ByteStream& file;
+  std::string& sErrorMessage;
+  BusyIndicator* cBusy;
+  bool bIgnoreInActivePulses;
+  Logger* cReadLogger;
+  int32_t& nRaysPerLspk;
+  float& fCutOffTime;
+  std::string sBanner;
+  int32_t lResult = 0;
+  bool bProbeInfoRead = false;
+  bool bWarningGiven = false;
+};
+
+// Reads one known block from a stream positioned at its header; false ends the read (the
+// block class left its message).
+using BlockReader = bool (*)(CProbeRspClass&, ByteStream&, const WalkedBlock&, ReadPass&);
+
+bool ReadProbeBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  if (f.ProbeInfo()->ReadFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) != 0) {
+    return false;
+  }
+  pass.bProbeInfoRead = true;
+  return true;
+}
+
+bool ReadLspBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  return f.Rsp()->ReadLspInfoBlockFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) == 0;
+}
+
+bool ReadObstBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  return f.ObstInfo()->ReadInfoBlockFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) ==
+         0;
+}
+
+bool ReadTailBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  return f.ETC()->ReadFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) == 0;
+}
+
+bool ReadPredBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  if (f.Pred()->ReadFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) != 0) {
+    return false;
+  }
+  pass.nRaysPerLspk = f.Pred()->RaysPerLspk();
+  pass.fCutOffTime = f.Pred()->Length1();
+  return true;
+}
+
+bool ReadLocalRTBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  if (f.LocalRTInfo()->ReadFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) != 0) {
+    return false;
+  }
+  f.ProbeInfo()->SetIsLocalRTInfo_b(true);
+  return true;
+}
+
+bool ReadPulsBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock&, ReadPass& pass) {
+  const int32_t lStatus = f.Rsp()->ReadPulsBlockFromByteStream(
+      block, pass.sErrorMessage, pass.cBusy, pass.bIgnoreInActivePulses, false, false,
+      pass.cReadLogger);
+  if (lStatus == 1) {
+    pass.lResult = 1;
+    pass.sErrorMessage = CProbeRspClass::CoherenceWarningText();
+    pass.bWarningGiven = true;
+  }
+  return lStatus == 0 || lStatus == 1;
+}
+
+bool ReadTextBlock(CProbeRspClass& f, ByteStream& block, const WalkedBlock& walked,
+                   ReadPass& pass) {
+  CRspInfoTextClass& infoText = *f.InfoText();
+  if (infoText.ReadFromByteStream(block, pass.sErrorMessage, pass.cReadLogger) != 0) {
+    return false;
+  }
+  infoText.SetSourceText(pass.sBanner + "\n\n" + infoText.SourceText());
+  // The repaired header is not used to step on: the walk keeps the length read from the
+  // file, as the readers of these files always have.
+  if (walked.header.Vrsn() == 0 && !IsFlagSet(walked.header.flags(), kBlockFlagLast) &&
+      !pass.bProbeInfoRead) {
+    CRspBlockHeaderClass header = walked.header;
+    CProbeRspClass::RepairOldTextBlockHeader(pass.file, static_cast<int32_t>(walked.lOffset),
+                                             header);
+  }
+  return true;
+}
+
+// The one table from block kind to reader, in BlockKind order.
+constexpr std::array<BlockReader, kKnownBlockKindCount> kBlockReaders{
+    ReadProbeBlock, ReadLspBlock,     ReadObstBlock, ReadTailBlock,
+    ReadPredBlock,  ReadLocalRTBlock, ReadPulsBlock, ReadTextBlock};
 
 }  // namespace
 
@@ -112,10 +189,34 @@ int32_t CProbeRspClass::ReadRSPFile(const std::string& sPath, const std::string&
                                     int32_t& nRaysPerLspk, float& fCutOffTime,
                                     std::string& sErrorMessage, BusyIndicator* cBusy,
                                     bool bIgnoreInActivePulses, Logger* cReadLogger) {
+  fileHeader_ = CFileHeaderClass();
+  readStop_.reset();
   return GuardedRead(sFile, sErrorMessage, [&] {
     EmptyModel(cBusy);  // also when the file cannot be loaded
     ByteStream stream;
-    stream.LoadFromBytes(LoadFileBytes(sPath, sFile));
+    // A missing file (a folder is no file) reads as an empty one.
+    if (FileExists(sPath, sFile)) {
+      std::ifstream file(sPath + sFile, std::ios::binary);
+      if (!file) RaiseError(kErrPathFileAccess);
+      stream.LoadFromBytes(LoadStreamBytes(file));
+    }
+    return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
+                     fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
+  });
+}
+
+int32_t CProbeRspClass::ReadRSPStream(std::istream& cFile, const std::string& sPath,
+                                      const std::string& sFile, bool bIsDefaultLocalRT,
+                                      const std::string& sAppVrsnString, int32_t& nRaysPerLspk,
+                                      float& fCutOffTime, std::string& sErrorMessage,
+                                      BusyIndicator* cBusy, bool bIgnoreInActivePulses,
+                                      Logger* cReadLogger) {
+  fileHeader_ = CFileHeaderClass();
+  readStop_.reset();
+  return GuardedRead(sFile, sErrorMessage, [&] {
+    EmptyModel(cBusy);  // also when the file cannot be loaded
+    ByteStream stream;
+    stream.LoadFromBytes(LoadStreamBytes(cFile));
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });
@@ -127,6 +228,8 @@ int32_t CProbeRspClass::ReadRSPBytes(std::span<const uint8_t> bytes, const std::
                                      float& fCutOffTime, std::string& sErrorMessage,
                                      BusyIndicator* cBusy, bool bIgnoreInActivePulses,
                                      Logger* cReadLogger) {
+  fileHeader_ = CFileHeaderClass();
+  readStop_.reset();
   return GuardedRead(sFile, sErrorMessage, [&] {
     ByteStream stream;
     stream.LoadFromBytes(bytes);
@@ -147,104 +250,55 @@ int32_t CProbeRspClass::ReadImage(ByteStream& stream, const std::string& sPath,
                                   float& fCutOffTime, std::string& sErrorMessage,
                                   BusyIndicator* cBusy, bool bIgnoreInActivePulses,
                                   Logger* cReadLogger) {
-  int32_t lResult = 0;
   sErrorMessage.clear();
   EmptyModel(cBusy);
+  BlockWalk walk(stream.Bytes());
   // An absent or empty file is an empty response, not an error.
-  if (stream.GetLength() < 1) return 0;
-  stream.SetPosition(0);
-
-  CFileHeaderClass fileHeader;
-  fileHeader.ReadFromByteStream(stream, cReadLogger);
-  if (fileHeader.ZYRA() != ResponseFileMagic()) {
-    sErrorMessage = "No ZYRA Response File";
+  if (walk.Verdict() == FileVerdict::kEmpty) return 0;
+  readStop_ = walk.Place();
+  if (walk.Verdict() == FileVerdict::kShort) RaiseError(kErrPastEnd);
+  fileHeader_ = walk.FileHeader();
+  if (cReadLogger != nullptr) fileHeader_.PrintToLogger(*cReadLogger);
+  if (walk.Verdict() != FileVerdict::kResponseFile) {
+    sErrorMessage = FileVerdictText(walk.Verdict());
     return -1;
   }
-  if (fileHeader.IDfx() != "RF") {
-    sErrorMessage = "No Response File";
-    return -1;
-  }
-  if (fileHeader.Vrsn() < 0 || fileHeader.Vrsn() > kFileVersionLineArrays) {
-    sErrorMessage = "Unknown Version";
-    return -1;
-  }
-
-  const std::string sBanner = sAppVrsnString + " Response File: " + "\n" + sPath + sFile;
 
   CProbeInfoClass& probeInfo = *Required(ProbeInfo());
-  CSystemResponse& rsp = *Required(Rsp());
-  int32_t lPosition = stream.GetPosition();
-  bool bProbeInfoRead = false;
-  bool bWarningGiven = false;
-  CRspBlockHeaderClass header;
+  ReadPass pass{stream,      sErrorMessage,
+                cBusy,       bIgnoreInActivePulses,
+                cReadLogger, nRaysPerLspk,
+                fCutOffTime, sAppVrsnString + " Response File: " + "\n" + sPath + sFile};
   ByteStream blockScratch;
-  while (lPosition < stream.GetLength()) {
+  while (walk.Next()) {
+    const WalkedBlock& block = walk.Block();
+    readStop_ = walk.Place();
     if (cReadLogger != nullptr) {
       cReadLogger->PrintLine("");
-      cReadLogger->PrintValue("Addr ", std::to_string(lPosition));
+      cReadLogger->PrintValue("Addr ", std::to_string(block.lOffset));
+      block.header.PrintToLogger(*cReadLogger);
     }
-    stream.SetPosition(lPosition);
-    header.ReadFromByteStream(stream, cReadLogger);
-    const int32_t lBlockLength = header.GetBlockLength();
-    if (lBlockLength == CRspBlockHeaderClass::kBadLength) break;
-    stream.SetPosition(lPosition);
-
-    // Each block class reads its header again, from a stream that holds just its block.
-    const std::string sID = header.IDfx();
-    ByteStream& block =
-        IsKnownBlockID(sID) ? BlockStream(stream, lPosition, lBlockLength, blockScratch) : stream;
-    int32_t lStatus = 0;
-    if (sID == probeInfo.GetBlockID()) {
-      lStatus = probeInfo.ReadFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-      bProbeInfoRead = true;
-    } else if (sID == Required(rsp.LspInfos())->GetBlockID()) {
-      lStatus = rsp.ReadLspInfoBlockFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-    } else if (sID == Required(ObstInfo())->GetBlockID()) {
-      lStatus = ObstInfo()->ReadInfoBlockFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-    } else if (sID == Required(ETC())->GetBlockID()) {
-      lStatus = ETC()->ReadFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-    } else if (sID == Required(Pred())->GetBlockID()) {
-      lStatus = Pred()->ReadFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-      nRaysPerLspk = Pred()->RaysPerLspk();
-      fCutOffTime = Pred()->Length1();
-    } else if (sID == Required(LocalRTInfo())->GetBlockID()) {
-      lStatus = LocalRTInfo()->ReadFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-      probeInfo.SetIsLocalRTInfo_b(true);
-    } else if (sID == Required(rsp.Pulses())->GetBlockID()) {
-      lStatus = rsp.ReadPulsBlockFromByteStream(block, sErrorMessage, cBusy, bIgnoreInActivePulses,
-                                                false, false, cReadLogger);
-      if (lStatus == 1) {
-        lResult = 1;
-        sErrorMessage = CoherenceWarningText();
-        bWarningGiven = true;
-      } else if (lStatus != 0) {
-        return lResult;
-      }
-    } else if (sID == Required(InfoText())->GetBlockID()) {
-      CRspInfoTextClass& infoText = *InfoText();
-      lStatus = infoText.ReadFromByteStream(block, sErrorMessage, cReadLogger);
-      if (lStatus != 0) return lResult;
-      infoText.SetSourceText(sBanner + "\n\n" + infoText.SourceText());
-      // The repaired header is not used to step on: the step below keeps the length read
-      // from the file, as the readers of these files always have.
-      if (header.Vrsn() == 0 && !IsFlagSet(header.flags(), kBlockFlagLast) && !bProbeInfoRead) {
-        RepairOldTextBlockHeader(stream, lPosition, header);
-      }
-    }
-    // Any other identifier: the block is stepped over by its length.
-
-    if (lBlockLength < 0 || lBlockLength >= stream.GetLength()) break;
-    const int64_t lNext = int64_t{lPosition} + CRspBlockHeaderClass::kLength + lBlockLength;
-    if (lNext > ByteStream::kMaxLength) RaiseError(kErrOverflow);
-    lPosition = static_cast<int32_t>(lNext);
-    if (IsFlagSet(header.flags(), kBlockFlagLast)) break;
+    // Each block class reads its header again, from a stream that holds just its block; a
+    // block without a length ends the walk, any other identifier is stepped over.
+    if (!block.HasLength() || !block.IsKnown()) continue;
+    const BlockReader read = kBlockReaders[static_cast<size_t>(block.eKind)];
+    if (!read(*this, BlockStream(stream, block, blockScratch), block, pass)) return pass.lResult;
   }
+  switch (walk.End()) {
+    case WalkEnd::kShortHeader:
+      readStop_ = walk.Place();
+      if (cReadLogger != nullptr) {
+        cReadLogger->PrintLine("");
+        cReadLogger->PrintValue("Addr ", std::to_string(walk.Place().lOffset));
+      }
+      RaiseError(kErrPastEnd);
+    case WalkEnd::kBeyondLimit:
+      RaiseError(kErrOverflow);
+    default:
+      break;
+  }
+  readStop_.reset();
+  int32_t lResult = pass.lResult;
 
   if (!probeInfo.IsVexaSpecified_b()) {
     const std::string sVexaMark = "Vexa Calculation" + kCRLF + "Length [ms]: ";
@@ -252,8 +306,8 @@ int32_t CProbeRspClass::ReadImage(ByteStream& stream, const std::string& sPath,
   }
   probeInfo.SetIsVexaSpecified_b(true);
 
-  if (probeInfo.IsVexaResponse_b() && fileHeader.Vrsn() < kFileVersionLineArrays &&
-      !bWarningGiven && LacksCoherenceInformation()) {
+  if (probeInfo.IsVexaResponse_b() && fileHeader_.Vrsn() < kFileVersionLineArrays &&
+      !pass.bWarningGiven && LacksCoherenceInformation()) {
     lResult = 1;
     sErrorMessage = CoherenceWarningText();
   }
@@ -265,7 +319,7 @@ int32_t CProbeRspClass::ReadImage(ByteStream& stream, const std::string& sPath,
     probeInfo.SetPrRTType(kRTTypeLocal);
   }
 
-  rsp.Pulses()->SetDataOrigin(PB_EOrigin_ZYRAFile);
+  Rsp()->Pulses()->SetDataOrigin(PB_EOrigin_ZYRAFile);
   return lResult;
 }
 
@@ -323,7 +377,7 @@ int32_t CProbeRspClass::SaveToByteStream(ByteStream& cByteStream,
   fileHeader.SetZYRA(ResponseFileMagic());
   fileHeader.SetnHdr(1);
   fileHeader.SetlHdr(CRspBlockHeaderClass::kLength);
-  fileHeader.SetIDfx("RF");
+  fileHeader.SetIDfx(kResponseFileKind);
   fileHeader.SetVrsn(pulses.GetHasLineArrayReflexions() ? kFileVersionLineArrays
                                                         : kFileVersionPlain);
   fileHeader.SetFlgs(0);

@@ -3,11 +3,15 @@
 #define ZYRA_RSP_PROBE_RSP_H_
 
 #include <cstdint>
+#include <iosfwd>
 #include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <vector>
 
+#include "zyra/format/block_walk.h"
+#include "zyra/format/file_header.h"
 #include "zyra/format/rsp_block_header.h"
 #include "zyra/info/etc_info.h"
 #include "zyra/info/obst_info_buffer.h"
@@ -44,6 +48,21 @@ class CProbeRspClass {
                        const std::string& sAppVrsnString, int32_t& nRaysPerLspk, float& fCutOffTime,
                        std::string& sErrorMessage, BusyIndicator* cBusy,
                        bool bIgnoreInActivePulses = false, Logger* cReadLogger = nullptr);
+  // ReadRSPFile on a file the host has already opened (binary, readable from its start), so
+  // that it needs to open it only once; sPath and sFile only name it. An empty file reads as
+  // an empty response.
+  int32_t ReadRSPStream(std::istream& cFile, const std::string& sPath, const std::string& sFile,
+                        bool bIsDefaultLocalRT, const std::string& sAppVrsnString,
+                        int32_t& nRaysPerLspk, float& fCutOffTime, std::string& sErrorMessage,
+                        BusyIndicator* cBusy, bool bIgnoreInActivePulses = false,
+                        Logger* cReadLogger = nullptr);
+
+  // The file header the last read found (all zero before one was read).
+  const CFileHeaderClass& FileHeader() const noexcept { return fileHeader_; }
+  // Where the last read stopped when it did not end cleanly: the file header, the block being
+  // read, or a block header the file ends inside. None after a clean read (also one with the
+  // coherence warning) and when the file could not be loaded at all.
+  const std::optional<FilePlace>& ReadStopPlace() const noexcept { return readStop_; }
 
   // ---- Writing ----
   // Updates the probe and prediction infos from the model and the arguments, then writes the
@@ -97,7 +116,8 @@ class CProbeRspClass {
   void SetInfoText(std::shared_ptr<CRspInfoTextClass> cInfo) { infoText_ = std::move(cInfo); }
 
  private:
-  // The reading steps after the file is in memory; run-time errors leave it.
+  // The reading steps after the file is in memory; run-time errors leave it. The blocks of the
+  // walk are read through one table from block kind to reader.
   int32_t ReadImage(ByteStream& stream, const std::string& sPath, const std::string& sFile,
                     bool bIsDefaultLocalRT, const std::string& sAppVrsnString,
                     int32_t& nRaysPerLspk, float& fCutOffTime, std::string& sErrorMessage,
@@ -120,6 +140,8 @@ class CProbeRspClass {
   mutable std::shared_ptr<CPredictionInfoClass> pred_;
   mutable std::shared_ptr<CLocalRTInfoClass> localRTInfo_;
   mutable std::shared_ptr<CRspInfoTextClass> infoText_;
+  CFileHeaderClass fileHeader_;
+  std::optional<FilePlace> readStop_;
 };
 
 }  // namespace zyra

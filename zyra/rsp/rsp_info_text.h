@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <string>
 
+#include "zyra/format/block_walk.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/logger.h"
 
@@ -12,7 +13,7 @@ namespace zyra {
 
 class CRspInfoTextClass {
  public:
-  std::string GetBlockID() const { return "TEXT"; }
+  std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kInfoText)); }
   const std::string& SourceText() const noexcept { return sourceText_; }
   void SetSourceText(const std::string& value) { sourceText_ = value; }
 

@@ -18,7 +18,12 @@ int32_t ByteStream::LoadFromBytes(std::vector<uint8_t> bytes) {
 }
 
 int32_t ByteStream::LoadFromBytes(std::span<const uint8_t> bytes) {
-  return LoadFromBytes(std::vector<uint8_t>(bytes.begin(), bytes.end()));
+  if (static_cast<int64_t>(bytes.size()) > kMaxLength) RaiseError(kErrOverflow);
+  // Into the buffer the stream already has, so that a stream loaded again and again with
+  // small pieces (one header after another) allocates once.
+  bytes_.assign(bytes.begin(), bytes.end());
+  position_ = 0;
+  return 0;
 }
 
 void ByteStream::ReadInt16Array(std::span<int16_t> values) {

@@ -1,0 +1,2 @@
+// Stands on the container: allowed.
+#include "zyra/rsp/probe_rsp.h"

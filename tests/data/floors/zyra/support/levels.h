@@ -1,0 +1,3 @@
+// Goes up: support includes the evaluation.
+#include "zyra/calc/results.h"
+#include "zyra/support/errors.h"
