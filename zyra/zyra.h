@@ -40,6 +40,9 @@
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
 #include "zyra/calc/energy_time_process.h"
+#include "zyra/calc/room_parameters.h"
+#include "zyra/calc/schroeder_parameters.h"
+#include "zyra/calc/speech_transmission.h"
 
 // The facade: a response by path in one call, results as plain values
 #include "zyra/facade/band_table.h"

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/flags.h"
@@ -19,27 +20,6 @@ constexpr float kSplitMin = 7.0F;
 constexpr float kSplitMax = 50.0F;
 constexpr int32_t kAlconsTerz[] = {8, 11, 14};
 
-// A pulse's energy by level, for every level a pulse can hold: exactly what GetEnergyForCalc
-// gives for that level, fetched from it once, so that the per-pulse loop needs no power.
-const std::vector<double>& EnergyByLevel() {
-  static const std::vector<double> kTable = [] {
-    std::vector<double> table(static_cast<size_t>(std::numeric_limits<int16_t>::max()) + 1, 0.0);
-    CPulsClass probe;
-    for (size_t level = 1; level < table.size(); ++level) {
-      probe.SetSPL(1, static_cast<int16_t>(level));
-      table[level] = probe.GetEnergyForCalc(1, false);
-    }
-    return table;
-  }();
-  return kTable;
-}
-
-// What the band loop needs of a pulse, fetched once: its arrival and kind.
-struct CountedPuls {
-  double dArrival;
-  bool bIsDirectSound;
-};
-
 // The outcome of the evaluation: its result and whether no direct sound was found.
 struct Evaluation {
   int32_t lResult = 0;
@@ -52,7 +32,6 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   const CETCInfoClass& etc = *cRspFile.ETC();
   const CSystemResponse& rsp = *cRspFile.Rsp();
   Evaluation outcome;
-  const bool bIsWithTail = etc.IsWithTail_b();
 
   cCalcOutput = std::make_shared<CCalcResults>();
   CCalcResults& r = *cCalcOutput;
@@ -82,55 +61,27 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   r.SetEDirect(0, daEDirect[0]);
   r.SettHall(HallStartTime(r.tOff(), r.tMean(), r.tRef(), etc.Volume()));
 
-  // The pulses that take part, in pulse order, each with its arrival: the same in every band.
-  const CPulsBufferClass& buffer = *rsp.Pulses();
-  const int32_t n = buffer.Count();
-  // Their levels band by band (0 for a pulse that does not count in the calculation), so
-  // that each band pass reads one contiguous row.
-  std::vector<CountedPuls> counted;
-  counted.reserve(static_cast<size_t>(n));
-  std::vector<const CPulsClass*> countedPulses;
-  countedPulses.reserve(static_cast<size_t>(n));
-  for (int32_t i = 1; i <= n; ++i) {
-    const CPulsClass* cPuls = Required(buffer.Puls(i)).get();
-    if (!(cPuls->IsDirectSound() || bIsWithTail || bIsWithReflections)) continue;
-    counted.push_back({rsp.GetPulsArrival(i), cPuls->IsDirectSound()});
-    countedPulses.push_back(cPuls);
-  }
-  const size_t nCounted = counted.size();
-  std::vector<int16_t> levels(nCounted * kBandCount1);
-  for (size_t c = 0; c < nCounted; ++c) {
-    const CPulsClass& cPuls = *countedPulses[c];
-    if (!cPuls.IsActiveForCalc(bIsInterferenceOn)) continue;
-    for (int32_t b = 1; b <= kBandCount1; ++b) {
-      levels[static_cast<size_t>(b - 1) * nCounted + c] = cPuls.SPL(b);
-    }
-  }
-  // With progress, every pulse is reported, counted or not: laCountedIndex[c] is the pulse
-  // number of counted[c].
+  // The pulses that take part, in pulse order, each with its arrival: the same in every band,
+  // and their levels band by band, so that each band pass reads one contiguous row. With
+  // progress, every pulse is reported, counted or not: laPulsNr[c] is the pulse number of the
+  // counted pulse c.
   const bool bReport = bIsShowBusy && cBusy != nullptr;
-  std::vector<int32_t> laCountedIndex;
-  if (bReport) {
-    laCountedIndex.reserve(counted.size());
-    for (int32_t i = 1; i <= n; ++i) {
-      const CPulsClass& cPuls = *buffer.Puls(i);
-      if (cPuls.IsDirectSound() || bIsWithTail || bIsWithReflections) laCountedIndex.push_back(i);
-    }
-  }
+  CCountedPulses::Options gather;
+  gather.bIsWithReflections = bIsWithReflections;
+  gather.bWithPulsNumbers = bReport;
+  const CCountedPulses counted = CCountedPulses::Gather(cRspFile, gather);
+  const size_t nCounted = counted.Count();
+  const int32_t n = rsp.Pulses()->Count();
 
   const std::vector<double>& energyByLevel = EnergyByLevel();
   const std::string sWarning = "Abort Will Discard Response Data!";
   for (int32_t iTerz1 = 1; iTerz1 <= kBandCount1; ++iTerz1) {
-    if (!bIsWithTail) {
-      const double dEHall =
-          HallEnergy(etc.Absorp(iTerz1), etc.Power(iTerz1), etc.RTime(iTerz1), etc.Volume());
-      if (dEHall > 0.0) r.AddHallEnergy(iTerz1, dEHall, etc.RTime(iTerz1), bIsWithReflections);
-    }
-    const int16_t* bandLevels = levels.data() + static_cast<size_t>(iTerz1 - 1) * nCounted;
+    const double dEHall = CountedHallEnergy(etc, iTerz1);
+    if (dEHall > 0.0) r.AddHallEnergy(iTerz1, dEHall, etc.RTime(iTerz1), bIsWithReflections);
+    const int16_t* bandLevels = counted.BandLevels(iTerz1);
     const auto AddPuls = [&](size_t c) {
-      const int16_t level = bandLevels[c];
-      const double e = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
-      r.AddPulsEnergy(iTerz1, counted[c].dArrival, e, counted[c].bIsDirectSound);
+      r.AddPulsEnergy(iTerz1, counted.daArrival[c], CountedEnergy(energyByLevel, bandLevels[c]),
+                      counted.baIsDirectSound[c] != 0);
     };
     if (!bReport) {
       for (size_t c = 0; c < nCounted; ++c) AddPuls(c);
@@ -144,7 +95,7 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
         outcome.lResult = -1;
         return outcome;
       }
-      if (c < laCountedIndex.size() && laCountedIndex[c] == i) AddPuls(c++);
+      if (c < nCounted && counted.laPulsNr[c] == i) AddPuls(c++);
     }
   }
   return outcome;
@@ -239,6 +190,29 @@ void CEnergyTimeProcessClass::CalculateAlconsCurve(
         AlconsAtBin(cCalc, in, iAlconsBand0, eAlconsForm, k, bInterference,
                     faInterference[static_cast<size_t>(k)]);
   }
+}
+
+CModulationTransfer CEnergyTimeProcessClass::CalculateStatisticMTF(
+    const CProbeRspClass& cRspFile) const {
+  const CETCInfoClass& etc = *cRspFile.ETC();
+  CModulationTransfer mtf{};
+  for (int32_t k = 1; k <= kOctaveCount; ++k) {
+    double dSum = 0.0;
+    int32_t nPositive = 0;
+    for (int32_t b = 3 * k - 2; b <= 3 * k; ++b) {
+      const double dRT = etc.RTime(b);
+      if (dRT > 0.0) {
+        dSum += dRT;
+        ++nPositive;
+      }
+    }
+    const double dRT = nPositive > 0 ? dSum / nPositive : 0.0;
+    for (int32_t iF = 0; iF < kModulationCount; ++iF) {
+      mtf[static_cast<size_t>(k - 1)][static_cast<size_t>(iF)] =
+          StatisticModulation(dRT, ModulationFrequency(iF));
+    }
+  }
+  return mtf;
 }
 
 }  // namespace zyra

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/speech_transmission.h"
 #include "zyra/rsp/probe_rsp.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/calculation.h"
@@ -46,6 +47,12 @@ class CEnergyTimeProcessClass {
   void CalculateAlconsCurve(CProbeRspClass& cRspFile, CCalcResults& cCalc, int32_t iAlconsBand0,
                             SL_EAlconsForm eAlconsForm, bool bWithNoise, int32_t lInterfFlags,
                             std::array<double, CCalcResults::kTimeBinCount>& daAlcons) const;
+
+  // The statistical modulation transfer m(F) of every octave from the room data of the tail
+  // block alone: a diffuse decay with T the mean of the octave's positive third-octave
+  // reverberation times (s), [1 + (2 pi F T / 13.8155)^2]^-1/2; 1 where no band's RTime is
+  // positive. Before noise and masking. Element [k-1][iF] is octave k at ModulationFrequency(iF).
+  CModulationTransfer CalculateStatisticMTF(const CProbeRspClass& cRspFile) const;
 };
 
 }  // namespace zyra
