@@ -77,14 +77,6 @@ int RunDemo(const DemoOptions& options);
 int RunPlot(const PlotOptions& options);
 int RunSynth(const SynthOptions& options);
 
-// A file name as the reader takes it: sPath is the folder part with its trailing "/" (empty
-// for a bare name), sFile the rest, so that sPath + sFile is the name given.
-struct SplitPath {
-  std::string sPath;
-  std::string sFile;
-};
-SplitPath SplitFilePath(const std::string& sFilePath);
-
 // Writes `bytes` to `sTarget` so that the target is either the old file or the complete new
 // one, never something in between: the bytes go to a fresh temporary file beside the target,
 // which is flushed to disk, closed and renamed over the target. On any failure the temporary is

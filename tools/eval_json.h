@@ -6,8 +6,8 @@
 #include <array>
 
 #include "tools/json_forms.h"
-#include "tools/response_session.h"
 #include "zyra/calc/calc_results.h"
+#include "zyra/facade/response.h"
 
 namespace zyra::tool {
 

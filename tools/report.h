@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tools/file_walk.h"
-#include "tools/response_session.h"
+#include "zyra/facade/response.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {

@@ -1,4 +1,5 @@
-// The seven commands of zyra-rsp over the host sequence of response_session.h.
+// The seven commands of zyra-rsp over the facade (zyra/facade/response.h): each opens, evaluates
+// and presents; what a failure says comes from the facade's ResponseError.
 #include <filesystem>
 #include <iostream>
 #include <sstream>
@@ -13,35 +14,16 @@
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
-#include "tools/response_session.h"
 #include "tools/save_image.h"
 #include "tools/synth_file.h"
+#include "zyra/facade/file_access.h"
 #include "zyra/support/calculation.h"
 
 namespace zyra::tool {
 namespace {
 
-// A library message on one line: control characters (the reader's NUL before the file name
-// among them) become blanks, Latin-1 becomes UTF-8, surrounding blanks go.
-std::string MessageLine(const std::string& sMessage) {
-  std::string line;
-  for (const char c : sMessage) {
-    const bool control = static_cast<unsigned char>(c) < 0x20;
-    if (control && (line.empty() || line.back() == ' ')) continue;
-    line += control ? ' ' : c;
-  }
-  while (!line.empty() && line.back() == ' ') line.pop_back();
-  return Latin1ToUtf8(line);
-}
-
 std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
-}
-
-// The one line for a read that was not clean.
-std::string ReadProblem(const ReadOutcome& read) {
-  if (read.lResult == -1) return "not a usable response file: " + MessageLine(read.sMessage);
-  return "reading stopped early: " + MessageLine(read.sMessage);
 }
 
 void PrintJson(const Json& document) {
@@ -49,60 +31,56 @@ void PrintJson(const Json& document) {
   std::cout.flush();
 }
 
-// A file that reads cleanly and prepares without error, or the exit status after the error
-// line (and, for `json`, the JSON of the failure on standard output).
-struct Session {
-  CProbeRspClass file;
-  ReadOutcome read;
-  InitOutcome init;
-};
-
-int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress& progress,
-                   bool bJsonFailures) {
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
-    return kExitFailure;
-  }
-  session.read = ReadResponseFile(session.file, sFile, &progress, nullptr);
-  progress.Done();
-  if (!IsCleanRead(session.read)) {
-    if (bJsonFailures) {
-      PrintJson(Json{{"read", Json{{"result", session.read.lResult},
-                                   {"message", TextJson(session.read.sMessage)}}}});
-    }
-    PrintErrorLine(sFile, ReadProblem(session.read));
-    return kExitFailure;
-  }
-  session.init = PrepareResponse(session.file, &progress);
-  progress.Done();
-  if (session.init.error) {
-    if (bJsonFailures) PrintJson(ErrorJson(*session.init.error));
-    PrintErrorLine(sFile, "preparation failed: " + ErrorText(*session.init.error));
-    return kExitFailure;
-  }
-  if (progress.IsCancelled()) {
-    PrintErrorLine(sFile, "cancelled");
-    return kExitFailure;
-  }
-  return kExitSuccess;
+// The tool reads with its own application text and shows progress on the terminal.
+OpenOptions ToolOpenOptions(TerminalProgress& progress) {
+  OpenOptions options;
+  options.sAppVrsnString = AppVersionString();
+  options.cBusy = &progress;
+  return options;
 }
 
-// Evaluates; a run-time error becomes the error line (and its JSON).
-std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, bool bDirectOnly,
-                                   const AlconsSettings& alcons, TerminalProgress& progress,
-                                   bool bJsonFailures) {
+// The error line of a failure and, for `json`, its JSON on standard output: the read outcome
+// for a read that was not clean, the run-time error (or the problem) for a later step.
+void ReportFailure(const ResponseError& error, TerminalProgress& progress, bool bJsonFailures) {
+  progress.Done();
+  if (bJsonFailures && error.Fault() != ResponseFault::kFileAccess) {
+    if (const auto& read = error.Read()) {
+      PrintJson(
+          Json{{"read", Json{{"result", read->lResult}, {"message", TextJson(read->sMessage)}}}});
+    } else {
+      PrintJson(ErrorJson(ErrorInfo{error.Number(), error.Description()}));
+    }
+  }
+  PrintErrorLine(error.FilePath(), error.Message());
+}
+
+// A file that reads cleanly and prepares without error, or no value after the error line.
+std::optional<Response> OpenResponse(const std::string& sFile, TerminalProgress& progress,
+                                     bool bJsonFailures) {
   try {
-    Evaluation evaluation = EvaluateResponse(session.file, bDirectOnly, alcons, &progress);
+    Response response = Response::Open(sFile, ToolOpenOptions(progress));
     progress.Done();
-    if (evaluation.lCalcResult != 0) {
-      PrintErrorLine(sFile, "evaluation cancelled");
+    if (progress.IsCancelled()) {
+      PrintErrorLine(sFile, "cancelled");
       return std::nullopt;
     }
-    return evaluation;
-  } catch (const RuntimeError& error) {
+    return response;
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, bJsonFailures);
+    return std::nullopt;
+  }
+}
+
+// Evaluates; a failure becomes the error line (and its JSON).
+std::optional<Evaluation> EvaluateResponse(Response& response, EvaluateOptions options,
+                                           TerminalProgress& progress, bool bJsonFailures) {
+  options.cBusy = &progress;
+  try {
+    Evaluation evaluation = response.Evaluate(options);
     progress.Done();
-    if (bJsonFailures) PrintJson(ErrorJson(ErrorInfoOf(error)));
-    PrintErrorLine(sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
+    return evaluation;
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, bJsonFailures);
     return std::nullopt;
   }
 }
@@ -128,9 +106,8 @@ bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPictur
 }
 
 std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
-  std::string label = cFile.ProbeInfo()->PrLabel();
-  while (!label.empty() && (label.back() == ' ' || label.back() == '\0')) label.pop_back();
-  return Latin1ToUtf8(SplitFilePath(sFile).sFile + (label.empty() ? "" : ", probe " + label));
+  const std::string label = ProbeSummaryOf(cFile).sLabel;
+  return Latin1ToUtf8(SplitFilePath(sFile).sFile) + (label.empty() ? "" : ", probe " + label);
 }
 
 }  // namespace
@@ -145,31 +122,31 @@ int RunInfo(const InfoOptions& options) {
   }
   const FileWalk walk = WalkResponseBytes(*bytes);
   TerminalProgress progress;
-  CProbeRspClass file;
-  const ReadOutcome read = ReadResponseFile(file, sFile, &progress, nullptr);
-  progress.Done();
-  if (read.lResult == -1) {
-    PrintErrorLine(sFile, ReadProblem(read));
+  OpenOptions open = ToolOpenOptions(progress);
+  open.bKeepDamaged = true;
+  std::optional<Response> response;
+  try {
+    response = Response::Open(sFile, open);
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, false);
     return kExitFailure;
   }
-  const bool bClean = IsCleanRead(read);
-  InitOutcome init;
+  progress.Done();
+  const bool bClean = IsCleanRead(response->Read());
+  InitOutcome init = response->Init().value_or(InitOutcome{});
   std::optional<Evaluation> evaluation;
-  if (bClean) {
-    init = PrepareResponse(file, &progress);
-    progress.Done();
-    if (!init.error) {
-      try {
-        evaluation = EvaluateResponse(file, false, {}, &progress);
-      } catch (const RuntimeError& error) {
-        init.error = ErrorInfoOf(error);
-      }
-      progress.Done();
+  if (bClean && !init.error && !response->IsEmpty()) {
+    try {
+      evaluation = response->Evaluate({.cBusy = &progress});
+    } catch (const ResponseError& error) {
+      init.error = ErrorInfo{error.Number(), error.Description()};
     }
+    progress.Done();
   }
-  std::cout << InfoSummary(sFile, walk, file, read, init, evaluation ? &*evaluation : nullptr);
+  std::cout << InfoSummary(sFile, walk, response->Model(), response->Read(), init,
+                           evaluation ? &*evaluation : nullptr);
   if (!bClean) {
-    PrintErrorLine(sFile, ReadProblem(read));
+    PrintErrorLine(sFile, "reading stopped early: " + MessageLine(response->Read().sMessage));
     return kExitFailure;
   }
   if (init.error) {
@@ -181,35 +158,35 @@ int RunInfo(const InfoOptions& options) {
 
 int RunDump(const DumpOptions& options) {
   const std::string& sFile = options.sFile;
-  if (auto problem = InputFileProblem(sFile)) {
-    PrintErrorLine(sFile, *problem);
-    return kExitFailure;
-  }
   TerminalProgress progress;
   StringLogger logger;
-  CProbeRspClass file;
-  const ReadOutcome read =
-      ReadResponseFile(file, sFile, &progress, options.bLog ? &logger : nullptr);
-  progress.Done();
-  if (options.bLog) {
+  OpenOptions open = ToolOpenOptions(progress);
+  open.bPrepare = !options.bRaw;
+  open.bKeepDamaged = true;
+  open.cReadLogger = options.bLog ? &logger : nullptr;
+  const auto printLog = [&] {
+    if (!options.bLog) return;
     std::cerr << logger.Text();
     std::cerr.flush();
-  }
-  if (IsFailedRead(read)) {
-    PrintJson(Json{{"read", ReadJson(read)}});
-    PrintErrorLine(sFile, ReadProblem(read));
+  };
+  std::optional<Response> response;
+  try {
+    response = Response::Open(sFile, open);
+  } catch (const ResponseError& error) {
+    progress.Done();
+    printLog();
+    if (const auto& read = error.Read()) PrintJson(Json{{"read", ReadJson(*read)}});
+    PrintErrorLine(sFile, error.Message());
     return kExitFailure;
   }
-  std::optional<InitOutcome> init;
-  if (!options.bRaw) {
-    init = PrepareResponse(file, &progress);
-    progress.Done();
-  }
+  progress.Done();
+  printLog();
+  const std::optional<InitOutcome>& init = response->Init();
   const CFileHeaderClass header = ReadFileHeaderOf(sFile).value_or(CFileHeaderClass{});
-  WriteDumpJson(std::cout, file, header, read, init ? &*init : nullptr);
+  WriteDumpJson(std::cout, response->Model(), header, response->Read(), init ? &*init : nullptr);
   std::cout.flush();
-  if (!IsCleanRead(read)) {
-    PrintErrorLine(sFile, ReadProblem(read));
+  if (!IsCleanRead(response->Read())) {
+    PrintErrorLine(sFile, "reading stopped early: " + MessageLine(response->Read().sMessage));
     return kExitFailure;
   }
   if (init && init->error) {
@@ -225,12 +202,16 @@ int RunDump(const DumpOptions& options) {
 
 int RunEval(const EvalOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sFile, session, progress, true)) return status;
-  const AlconsSettings alcons{options.eForm == AlconsFormOption::kSti, options.bNoise,
-                              options.lInterfFlags};
-  const auto evaluation =
-      Evaluate(options.sFile, session, options.bDirectOnly, alcons, progress, true);
+  auto response = OpenResponse(options.sFile, progress, true);
+  if (!response) return kExitFailure;
+  EvaluateOptions evaluate;
+  evaluate.bWithReflections = !options.bDirectOnly;
+  evaluate.bInterferencePotential = (options.lInterfFlags & kInterferencePot) != 0;
+  evaluate.bInterferenceKinetic = (options.lInterfFlags & kInterferenceKin) != 0;
+  evaluate.bWithNoise = options.bNoise;
+  evaluate.eAlconsForm =
+      options.eForm == AlconsFormOption::kSti ? SL_EAlcons_STI : SL_EAlcons_Peutz;
+  const auto evaluation = EvaluateResponse(*response, evaluate, progress, true);
   if (!evaluation) return kExitFailure;
   if (options.bJson) {
     PrintJson(EvalJson(*evaluation));
@@ -242,11 +223,11 @@ int RunEval(const EvalOptions& options) {
 
 int RunConvert(const ConvertOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sIn, session, progress, false)) return status;
+  auto response = OpenResponse(options.sIn, progress, false);
+  if (!response) return kExitFailure;
   std::vector<uint8_t> image;
   try {
-    image = SaveImage(session.file, options.sOut, session.read);
+    image = SaveImage(response->Model(), options.sOut, response->Read());
   } catch (const RuntimeError& error) {
     PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
     return kExitFailure;
@@ -261,12 +242,12 @@ int RunConvert(const ConvertOptions& options) {
 
 int RunPlot(const PlotOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sFile, session, progress, false)) return status;
-  const auto evaluation = Evaluate(options.sFile, session, false, {}, progress, false);
+  auto response = OpenResponse(options.sFile, progress, false);
+  if (!response) return kExitFailure;
+  const auto evaluation = EvaluateResponse(*response, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, options.iBand,
-                                            PlotSubtitle(session.file, options.sFile));
+  const EtcPlotData plot = BuildEtcPlotData(response->Model(), *evaluation, options.iBand,
+                                            PlotSubtitle(response->Model(), options.sFile));
   const bool bWritten =
       WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
   return bWritten ? kExitSuccess : kExitFailure;
@@ -319,16 +300,16 @@ int RunDemo(const DemoOptions& options) {
     }
   }
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(sResponse, session, progress, false)) return status;
-  const auto evaluation = Evaluate(sResponse, session, false, {}, progress, false);
+  auto response = OpenResponse(sResponse, progress, false);
+  if (!response) return kExitFailure;
+  const auto evaluation = EvaluateResponse(*response, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, kDefaultPlotBand,
-                                            PlotSubtitle(session.file, sResponse));
+  const EtcPlotData plot = BuildEtcPlotData(response->Model(), *evaluation, kDefaultPlotBand,
+                                            PlotSubtitle(response->Model(), sResponse));
   if (!WritePicture(sPlot, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); })) {
     return kExitFailure;
   }
-  std::cout << DemoReport(session.file, *evaluation, sResponse, sPlot);
+  std::cout << DemoReport(response->Model(), *evaluation, sResponse, sPlot);
   return kExitSuccess;
 }
 

@@ -1,18 +1,260 @@
 #include "zyra/calc/schroeder_parameters.h"
 
+#include <algorithm>
 #include <cmath>
+#include <limits>
 
 #include "zyra/support/errors.h"
 
 namespace zyra {
 
-int32_t CSchroederParameters::CalculateFit(const CProbeRspClass& /*cRspFile*/,
-                                           const CCalcResults& /*cCalc*/,
-                                           bool /*bIsWithReflections*/, BusyIndicator* /*cBusy*/) {
+namespace {
+
+constexpr int64_t kLastSample = 1000000;  // 100000 ms: sampling ends beyond it
+constexpr double kSamplesPerSecond = 10000.0;
+constexpr double kStopLevelAtMost = -35.0;  // dB
+constexpr double kThinLevelStep = 0.1;      // dB between two points of a thinned curve
+constexpr int64_t kThinTimeStep = 100;      // samples (10 ms)
+
+// The running least-squares sums of one fit range over samples of constant spacing. A run of
+// samples at one level adds in constant time, so flat stretches of a staircase cost nothing.
+class FitSums {
+ public:
+  FitSums(double dUpper, double dLower) : dUpper_(dUpper), dLower_(dLower) {}
+
+  void AddRun(int64_t nFirst, int64_t nLast, double dLevel) {
+    if (!std::isfinite(dLevel)) return;
+    if (dLevel <= dLower_) bReachedLower_ = true;
+    if (!(dLevel <= dUpper_ && dLevel >= dLower_)) return;
+    if (nCount_ == 0) nOrigin_ = nFirst;
+    nLast_ = nLast;
+    const auto a = static_cast<double>(nFirst - nOrigin_);
+    const auto r = static_cast<double>(nLast - nFirst + 1);
+    // Sums over j = a .. a + r - 1 of j and j^2, free of the cancellation of differences of
+    // sums from 0.
+    const double sj = r * a + r * (r - 1.0) / 2.0;
+    const double sjj = r * a * a + a * r * (r - 1.0) + (r - 1.0) * r * (2.0 * r - 1.0) / 6.0;
+    nCount_ += r;
+    dSumJ_ += sj;
+    dSumJJ_ += sjj;
+    dSumL_ += r * dLevel;
+    dSumJL_ += sj * dLevel;
+  }
+
+  CDecayFit Result() const {
+    CDecayFit fit;
+    fit.dUpper = dUpper_;
+    fit.dLower = dLower_;
+    if (nCount_ < 2.0 || !bReachedLower_) return fit;
+    const double sxx = dSumJJ_ - dSumJ_ * dSumJ_ / nCount_;
+    const double sxy = dSumJL_ - dSumJ_ * dSumL_ / nCount_;
+    const double slope = sxy / sxx * kSamplesPerSecond;  // dB per s
+    if (!(slope < 0.0) || !std::isfinite(slope)) return fit;
+    const double meanSeconds =
+        (static_cast<double>(nOrigin_) + dSumJ_ / nCount_) / kSamplesPerSecond;
+    fit.dSlope = slope;
+    fit.dIntercept = dSumL_ / nCount_ - slope * meanSeconds;
+    fit.dTimeUpper = static_cast<double>(nOrigin_) / 10.0;
+    fit.dTimeLower = static_cast<double>(nLast_) / 10.0;
+    return fit;
+  }
+
+ private:
+  double dUpper_;
+  double dLower_;
+  bool bReachedLower_ = false;
+  int64_t nOrigin_ = 0;
+  int64_t nLast_ = 0;
+  double nCount_ = 0.0;
+  double dSumJ_ = 0.0;
+  double dSumJJ_ = 0.0;
+  double dSumL_ = 0.0;
+  double dSumJL_ = 0.0;
+};
+
+// Keeps the points of a curve a plot needs: a point whenever the level moved by 0.1 dB or
+// 10 ms passed since the last one kept, the sample before a step, and the last sample.
+class CurveThinner {
+ public:
+  explicit CurveThinner(CDecayCurve& curve) : curve_(curve) {}
+
+  void AddRun(int64_t nFirst, int64_t nLast, double dLevel) {
+    const bool bStep = bHasPrevious_ && !(std::abs(dLevel - dPreviousLevel_) < kThinLevelStep);
+    if (curve_.daTime.empty() || bStep || !(std::abs(dLevel - dKeptLevel_) < kThinLevelStep) ||
+        nFirst - nKept_ >= kThinTimeStep) {
+      if (bStep && nPrevious_ != nKept_) Keep(nPrevious_, dPreviousLevel_);
+      Keep(nFirst, dLevel);
+    }
+    bHasPrevious_ = true;
+    nPrevious_ = nLast;
+    dPreviousLevel_ = dLevel;
+  }
+  void Finish() {
+    if (bHasPrevious_ && nPrevious_ != nKept_) Keep(nPrevious_, dPreviousLevel_);
+  }
+
+ private:
+  void Keep(int64_t n, double dLevel) {
+    curve_.daTime.push_back(static_cast<double>(n) / 10.0);
+    curve_.daLevel.push_back(dLevel);
+    nKept_ = n;
+    dKeptLevel_ = dLevel;
+  }
+
+  CDecayCurve& curve_;
+  bool bHasPrevious_ = false;
+  int64_t nPrevious_ = 0;
+  double dPreviousLevel_ = 0.0;
+  int64_t nKept_ = 0;
+  double dKeptLevel_ = 0.0;
+};
+
+}  // namespace
+
+// Samples EDC(n/10 ms) from n = ceil(10 t0) on, where EDC = the energy of the groups at or
+// after the sample plus the tail after it, until the first sample below the stop level or
+// beyond 100000 ms, and feeds every sample's level to the fits and the thinned curve. Between
+// two changes of the EDC (the end of a group, the start of the tail's decay) the level is
+// constant, and such a run is handled as one.
+void CSchroederParameters::SampleDecay(const CEnergyTimeResponse& cResponse,
+                                       const DecayInput& input, std::vector<double>& daSuffix,
+                                       Decay& decay) const {
+  const size_t nGroups = cResponse.GroupCount();
+  daSuffix.resize(nGroups + 1);
+  daSuffix[nGroups] = 0.0;
+  for (size_t g = nGroups; g-- > 0;) daSuffix[g] = daSuffix[g + 1] + input.daGroupEnergy[g];
+
+  double dETail = 0.0;
+  double tTailStart = std::numeric_limits<double>::infinity();
+  for (size_t j = 0; j < input.nTails; ++j) {
+    dETail += input.tails[j]->dEnergy;
+    tTailStart = input.tails[j]->tStart;
+  }
+  decay = Decay{};
+  decay.dETail = dETail;
+  const double dEtot = daSuffix[0] + dETail;
+  decay.dEtot = dEtot;
+  std::array<FitSums, kDecayRangeCount> fits = {FitSums(0.0, -10.0), FitSums(-5.0, -25.0),
+                                                FitSums(-5.0, -35.0),
+                                                FitSums(dSchroederT1_, dSchroederT2_)};
+  const auto Finish = [&] {
+    for (size_t r = 0; r < fits.size(); ++r) decay.fits[r] = fits[r].Result();
+  };
+  if (!(dEtot > 0.0) || !std::isfinite(dEtot) || !std::isfinite(input.t0)) {
+    Finish();
+    return;
+  }
+
+  const double dStopLevel = std::min(kStopLevelAtMost, dSchroederT2_);
+  // Samples up to nTailMoves - 1 lie at or before the tail's start: it counts whole there.
+  const int64_t nTailMoves =
+      dETail > 0.0 ? CEnergyTimeResponse::SampleAtOrBefore(tTailStart) + 1 : kLastSample + 1;
+  std::array<double, 3> daTailNow{};
+  std::array<double, 3> daTailStep{};
+  bool bTailMoving = false;
+
+  CurveThinner thinner(decay.curve);
+  auto n = static_cast<int64_t>(std::ceil(10.0 * input.t0));
+  size_t p = 0;
+  while (p < nGroups && cResponse.GroupSample(p) < n) ++p;
+  while (n <= kLastSample) {
+    double dTail = dETail;
+    int64_t nEnd = n;
+    if (n < nTailMoves) {
+      nEnd = std::min(nTailMoves - 1, kLastSample);
+      if (p < nGroups) nEnd = std::min<int64_t>(nEnd, cResponse.GroupSample(p));
+    } else {
+      if (!bTailMoving) {
+        bTailMoving = true;
+        for (size_t j = 0; j < input.nTails; ++j) {
+          const CBandTail& tail = *input.tails[j];
+          daTailNow[j] =
+              tail.dEHall * std::exp(-tail.dK * (static_cast<double>(n) / 10.0 - tail.tHall));
+          daTailStep[j] = std::exp(-tail.dK / 10.0);
+        }
+      }
+      dTail = 0.0;
+      for (size_t j = 0; j < input.nTails; ++j) dTail += daTailNow[j];
+    }
+    const double dEDC = daSuffix[p] + dTail;
+    const double dLevel = dEDC > 0.0 ? std::min(0.0, 10.0 * std::log10(dEDC / dEtot))
+                                     : -std::numeric_limits<double>::infinity();
+    const bool bStop = dLevel < dStopLevel;
+    if (bStop) nEnd = n;
+    for (FitSums& fit : fits) fit.AddRun(n, nEnd, dLevel);
+    thinner.AddRun(n, nEnd, dLevel);
+    if (bStop) break;
+    n = nEnd + 1;
+    while (p < nGroups && cResponse.GroupSample(p) < n) ++p;
+    if (bTailMoving) {
+      for (size_t j = 0; j < input.nTails; ++j) daTailNow[j] *= daTailStep[j];
+    }
+  }
+  thinner.Finish();
+  Finish();
+}
+
+void CSchroederParameters::CheckLimits() const {
   if (!(dSchroederT1_ > dSchroederT2_) || !(dSchroederT1_ <= 0.0)) RaiseError(kErrInvalidCall);
+}
+
+int32_t CSchroederParameters::CalculateFit(const CProbeRspClass& cRspFile,
+                                           const CCalcResults& cCalc, bool bIsWithReflections,
+                                           BusyIndicator* cBusy) {
+  CheckLimits();
+  const CEnergyTimeResponse response(cRspFile, cCalc, bIsWithReflections);
+  return CalculateFit(response, cBusy);
+}
+
+int32_t CSchroederParameters::CalculateFit(const CEnergyTimeResponse& cResponse,
+                                           BusyIndicator* cBusy) {
+  CheckLimits();
   bands_ = {};
   octaves_ = {};
+  COctaveSums sums;
+  for (int32_t k = 1; k <= kOctaveCount; ++k) {
+    if (cBusy != nullptr &&
+        !cBusy->ReportProgress("Decay Fit", (k - 1) / static_cast<double>(kOctaveCount), "",
+                               kBusyInterval)) {
+      return -1;
+    }
+    cResponse.SumOctave(k, sums);
+    FitOctave(cResponse, sums);
+  }
+  if (cBusy != nullptr) cBusy->ShowProgress("", 1.0, kBusyInterval);
   return 0;
+}
+
+void CSchroederParameters::FitOctave(const CEnergyTimeResponse& cResponse,
+                                     const COctaveSums& sums) {
+  CheckLimits();
+  std::vector<double> daSuffix;
+  DecayInput octave{sums.daMoment[0].data(), {}, 0, std::numeric_limits<double>::infinity()};
+  bool bOctaveOnAxis = true;
+  for (const CBandSums& band : sums.bands) {
+    const CBandTail& tail = cResponse.Tail(band.iTerz1);
+    Decay& decay = bands_[static_cast<size_t>(band.iTerz1)];
+    // Energy off the time axis, or a tail that is not finite, leaves no decay to sample.
+    if (band.dETimeless > 0.0 || !std::isfinite(tail.dEnergy)) {
+      decay = Decay{};
+      bOctaveOnAxis = false;
+      continue;
+    }
+    DecayInput input{band.daGroupEnergy.data(), {}, 0, band.tFirstEnergy};
+    if (tail.Exists()) {
+      input.tails[input.nTails++] = &tail;
+      octave.tails[octave.nTails++] = &tail;
+      input.t0 = std::min(input.t0, tail.tStart);
+    }
+    octave.t0 = std::min(octave.t0, input.t0);
+    SampleDecay(cResponse, input, daSuffix, decay);
+  }
+  Decay& octaveDecay = octaves_[static_cast<size_t>(sums.iOctave - 1)];
+  if (bOctaveOnAxis) {
+    SampleDecay(cResponse, octave, daSuffix, octaveDecay);
+  } else {
+    octaveDecay = Decay{};
+  }
 }
 
 const CSchroederParameters::Decay& CSchroederParameters::BandDecay(int32_t iTerz1) const {

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/energy_time_response.h"
 #include "zyra/calc/speech_transmission.h"
 #include "zyra/rsp/probe_rsp.h"
 #include "zyra/support/busy_indicator.h"
@@ -69,6 +70,12 @@ class CSchroederParameters {
   // zero power) gives NaN values, never an error.
   int32_t CalculateFit(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
                        bool bIsWithReflections, BusyIndicator* cBusy);
+  // The same from a response already built.
+  int32_t CalculateFit(const CEnergyTimeResponse& cResponse, BusyIndicator* cBusy);
+  // The step CalculateFit takes per octave, for hosts that pass over the response once for
+  // several purposes: fits the octave of sums and its three bands. Error 5 for bad fit
+  // limits, as CalculateFit.
+  void FitOctave(const CEnergyTimeResponse& cResponse, const COctaveSums& sums);
 
   // Decay time in s of SchrRTime's range, per band.
   double SchrRTime(int32_t iTerz1) const;
@@ -107,6 +114,18 @@ class CSchroederParameters {
     CDecayCurve curve;
   };
 
+  // One decay to sample: the energies of the response's sample groups, the tails it holds (all
+  // starting at the same time) and the time t0 of its first energy.
+  struct DecayInput {
+    const double* daGroupEnergy;
+    std::array<const CBandTail*, 3> tails;
+    size_t nTails;
+    double t0;
+  };
+
+  void CheckLimits() const;
+  void SampleDecay(const CEnergyTimeResponse& cResponse, const DecayInput& input,
+                   std::vector<double>& daSuffix, Decay& decay) const;
   const Decay& BandDecay(int32_t iTerz1) const;
   const Decay& OctaveDecay(int32_t iOctave) const;
 

@@ -1,0 +1,302 @@
+#include "zyra/calc/energy_time_response.h"
+
+#include <algorithm>
+#include <cmath>
+#include <complex>
+#include <limits>
+#include <numbers>
+#include <type_traits>
+#include <utility>
+
+#include "zyra/calc/counted_pulses.h"
+#include "zyra/support/calculation.h"
+#include "zyra/support/errors.h"
+
+namespace zyra {
+
+namespace {
+
+constexpr int32_t kBandCount1 = 21;
+constexpr double kSixLn10 = 13.815510557964274;  // the decay constant of 60 dB
+// The lateral window of J_LF (ms), as sample indices: t >= 5 ms is sample 50 on, t < 80 ms
+// lies before sample 800.
+constexpr int32_t kLateralFirstSample = 50;
+constexpr int32_t kEarlyEndSample = 800;
+
+bool IsOnTimeAxis(double t) {
+  return std::abs(t) <= CEnergyTimeResponse::kTimeAxisLimit;
+}
+
+// sin of every whole degree 0..359.
+std::array<double, 360> SineOfDegrees() {
+  std::array<double, 360> table{};
+  for (size_t d = 0; d < table.size(); ++d) {
+    table[d] = std::sin(static_cast<double>(d) * std::numbers::pi / 180.0);
+  }
+  // The quarter turns exactly, so that frontal and lateral arrivals are exact.
+  table[0] = table[180] = 0.0;
+  table[90] = 1.0;
+  table[270] = -1.0;
+  return table;
+}
+
+size_t DegreeIndex(int32_t iDegrees) {
+  return static_cast<size_t>(((iDegrees % 360) + 360) % 360);
+}
+
+}  // namespace
+
+double CBandTail::EnergyAfter(double t) const {
+  if (!Exists()) return 0.0;
+  if (!(t > tStart)) return dEnergy;
+  return dEHall * std::exp(-dK * (t - tHall));
+}
+
+double CBandTail::EnergyBetween(double t1, double t2) const {
+  if (!Exists()) return 0.0;
+  return dEHall * DecayFraction(std::max(t1, tStart), t2, tHall, dRT);
+}
+
+int32_t CEnergyTimeResponse::SampleAtOrBefore(double t) {
+  auto n = static_cast<int32_t>(std::floor(10.0 * t));
+  while (static_cast<double>(n + 1) / 10.0 <= t) ++n;
+  while (static_cast<double>(n) / 10.0 > t) --n;
+  return n;
+}
+
+CEnergyTimeResponse::CEnergyTimeResponse(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                                         bool bIsWithReflections) {
+  // Without pulses the evaluation adds nothing at all, not even a tail.
+  if (cRspFile.Rsp()->Pulses()->Count() == 0) return;
+
+  const CETCInfoClass& etc = *cRspFile.ETC();
+  const double tHall = cCalc.tHall();
+  const double tCount = bIsWithReflections ? cCalc.tDiff() : tHall;
+  for (int32_t b = 1; b <= kBandCount1; ++b) {
+    const double dEHall = CountedHallEnergy(etc, b);
+    if (!(dEHall > 0.0)) continue;
+    CBandTail& tail = tails_[static_cast<size_t>(b)];
+    tail.dEHall = dEHall;
+    tail.dRT = etc.RTime(b);
+    tail.dK = kSixLn10 / (1000.0 * tail.dRT);
+    tail.tHall = tHall;
+    tail.tStart = std::max(tCount, tHall);
+    // The same share that the results count.
+    tail.dEnergy = dEHall * DecayFraction(tCount, kTailEndTime, tHall, tail.dRT);
+  }
+
+  CCountedPulses::Options gather;
+  gather.bIsWithReflections = bIsWithReflections;
+  gather.bWithAngles = true;
+  CCountedPulses counted = CCountedPulses::Gather(cRspFile, gather);
+  const size_t n = counted.Count();
+  const double tRef = cCalc.tRef();
+  daTime_ = std::move(counted.daArrival);
+  bool bInOrder = true;
+  for (size_t i = 0; i < n; ++i) {
+    daTime_[i] -= tRef;
+    bInOrder = bInOrder && IsOnTimeAxis(daTime_[i]) && (i == 0 || daTime_[i - 1] <= daTime_[i]);
+  }
+
+  std::vector<int16_t> iaHor = std::move(counted.iaHorAngle);
+  std::vector<int16_t> iaVer = std::move(counted.iaVerAngle);
+  iaLevel_ = std::move(counted.iaLevel);
+  if (bInOrder) {
+    nPlaced_ = n;
+  } else {
+    // The arrivals on the axis by time (equal times keep their order), then the others.
+    std::vector<size_t> order(n);
+    for (size_t i = 0; i < n; ++i) order[i] = i;
+    const auto offAxis = std::stable_partition(order.begin(), order.end(),
+                                               [&](size_t i) { return IsOnTimeAxis(daTime_[i]); });
+    std::stable_sort(order.begin(), offAxis,
+                     [&](size_t a, size_t b) { return daTime_[a] < daTime_[b]; });
+    nPlaced_ = static_cast<size_t>(offAxis - order.begin());
+    const auto Permute = [&order, n](auto* values) {
+      using T = std::remove_reference_t<decltype(*values)>;
+      std::vector<T> copy(values, values + n);
+      for (size_t i = 0; i < n; ++i) values[i] = copy[order[i]];
+    };
+    Permute(daTime_.data());
+    Permute(iaHor.data());
+    Permute(iaVer.data());
+    for (int32_t b = 1; b <= kBandCount1; ++b) {
+      Permute(iaLevel_.data() + static_cast<size_t>(b - 1) * n);
+    }
+  }
+
+  const std::array<double, 360> sine = SineOfDegrees();
+  daLateral_.resize(n);
+  for (size_t i = 0; i < n; ++i) {
+    daLateral_[i] = sine[DegreeIndex(iaVer[i] + 90)] * sine[DegreeIndex(iaHor[i])];
+  }
+
+  for (size_t i = 0; i < nPlaced_; ++i) {
+    const int32_t sample = SampleAtOrBefore(daTime_[i]);
+    if (laGroupSample_.empty() || laGroupSample_.back() != sample) {
+      laGroupSample_.push_back(sample);
+      laGroupBegin_.push_back(i);
+    }
+  }
+  laGroupBegin_.push_back(nPlaced_);
+}
+
+double CEnergyTimeResponse::Energy(int32_t iTerz1, size_t i) const {
+  if (iTerz1 < 1 || iTerz1 > kBandCount1) RaiseError(kErrSubscript);
+  return CountedEnergy(EnergyByLevel(), iaLevel_[static_cast<size_t>(iTerz1 - 1) * Count() + i]);
+}
+
+const CBandTail& CEnergyTimeResponse::Tail(int32_t iTerz1) const {
+  if (iTerz1 < 1 || iTerz1 > kBandCount1) RaiseError(kErrSubscript);
+  return tails_[static_cast<size_t>(iTerz1)];
+}
+
+void CEnergyTimeResponse::SumOctave(int32_t iOctave, COctaveSums& sums) const {
+  if (iOctave < 1 || iOctave > 7) RaiseError(kErrSubscript);
+  sums.iOctave = iOctave;
+  for (std::vector<double>& moment : sums.daMoment) moment.assign(GroupCount(), 0.0);
+  for (int32_t j = 0; j < 3; ++j) {
+    SumBand(3 * iOctave - 2 + j, sums.bands[static_cast<size_t>(j)], sums.daMoment, j == 0);
+  }
+}
+
+void CEnergyTimeResponse::SumBand(int32_t iTerz1, CBandSums& sums,
+                                  std::array<std::vector<double>, 4>& moments,
+                                  bool bFirstOfOctave) const {
+  const std::vector<double>& energyByLevel = EnergyByLevel();
+  const int16_t* levels = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
+  const double* times = daTime_.data();
+  const size_t nGroups = GroupCount();
+
+  sums = CBandSums{iTerz1,
+                   0.0,
+                   0.0,
+                   0.0,
+                   0.0,
+                   0.0,
+                   0.0,
+                   std::numeric_limits<double>::infinity(),
+                   std::move(sums.daGroupEnergy)};
+  sums.daGroupEnergy.resize(nGroups);
+  double* m0s = moments[0].data();
+  double* m1s = moments[1].data();
+  double* m2s = moments[2].data();
+  double* m3s = moments[3].data();
+  size_t gFirst = nGroups;
+  for (size_t g = 0; g < nGroups; ++g) {
+    const double c = GroupCentre(g);
+    double m0 = 0.0, m1 = 0.0, m2 = 0.0, m3 = 0.0;
+    const size_t end = laGroupBegin_[g + 1];
+    for (size_t i = laGroupBegin_[g]; i < end; ++i) {
+      const double e = CountedEnergy(energyByLevel, levels[i]);
+      const double d = times[i] - c;
+      const double ed = e * d;
+      const double ed2 = ed * d;
+      m0 += e;
+      m1 += ed;
+      m2 += ed2;
+      m3 += ed2 * d;
+    }
+    const int32_t sample = laGroupSample_[g];
+    if (sample >= kLateralFirstSample && sample < kEarlyEndSample) {
+      for (size_t i = laGroupBegin_[g]; i < end; ++i) {
+        const double e = CountedEnergy(energyByLevel, levels[i]);
+        const double u = daLateral_[i];
+        sums.dELateral2 += e * u * u;
+        sums.dELateral1 += e * std::abs(u);
+      }
+    }
+    if (sample < kEarlyEndSample) sums.dEBefore80 += m0;
+    if (gFirst == nGroups && m0 > 0.0) gFirst = g;
+    sums.dEnergy += m0;
+    sums.dEnergyTime += c * m0 + m1;
+    sums.daGroupEnergy[g] = m0;
+    if (bFirstOfOctave) {
+      m0s[g] = m0;
+      m1s[g] = m1;
+      m2s[g] = m2;
+      m3s[g] = m3;
+    } else {
+      m0s[g] += m0;
+      m1s[g] += m1;
+      m2s[g] += m2;
+      m3s[g] += m3;
+    }
+  }
+  if (gFirst < nGroups) {
+    for (size_t i = laGroupBegin_[gFirst]; i < laGroupBegin_[gFirst + 1]; ++i) {
+      if (CountedEnergy(energyByLevel, levels[i]) > 0.0) {
+        sums.tFirstEnergy = times[i];
+        break;
+      }
+    }
+  }
+  for (size_t i = nPlaced_; i < Count(); ++i) {
+    sums.dETimeless += CountedEnergy(energyByLevel, levels[i]);
+  }
+}
+
+void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
+                                           std::span<const double> daFrequency,
+                                           std::span<double> daM) const {
+  constexpr size_t kMaxFrequencies = 16;
+  constexpr int32_t kReanchorSteps = 1024;  // bounds the drift of the stepped phasors
+  const size_t nF = std::min({daFrequency.size(), daM.size(), kMaxFrequencies});
+  std::fill(daM.begin(), daM.end(), std::numeric_limits<double>::quiet_NaN());
+
+  double dTotal = 0.0;
+  for (const CBandSums& band : sums.bands) {
+    if (band.dETimeless > 0.0) return;
+    dTotal += band.dEnergy + Tail(band.iTerz1).dEnergy;
+  }
+  if (!(dTotal > 0.0) || !std::isfinite(dTotal)) return;
+
+  using Complex = std::complex<double>;
+  std::array<double, kMaxFrequencies> daOmega{};  // per ms
+  std::array<Complex, kMaxFrequencies> acc{};
+  std::array<Complex, kMaxFrequencies> phasor{};  // e^(-j W c) of the current group
+  std::array<Complex, kMaxFrequencies> step{};    // e^(-j W / 10): one sample further
+  for (size_t f = 0; f < nF; ++f) {
+    daOmega[f] = 2.0 * std::numbers::pi * daFrequency[f] / 1000.0;
+    step[f] = std::polar(1.0, -daOmega[f] / 10.0);
+  }
+  const double* m0 = sums.daMoment[0].data();
+  const double* m1 = sums.daMoment[1].data();
+  const double* m2 = sums.daMoment[2].data();
+  const double* m3 = sums.daMoment[3].data();
+  bool bHasPhasor = false;
+  int32_t lPhasorSample = 0;
+  int32_t nSteps = 0;
+  for (size_t g = 0; g < GroupCount(); ++g) {
+    if (m0[g] == 0.0) continue;
+    const int32_t sample = laGroupSample_[g];
+    if (bHasPhasor && sample == lPhasorSample + 1 && nSteps < kReanchorSteps) {
+      for (size_t f = 0; f < nF; ++f) phasor[f] *= step[f];
+      ++nSteps;
+    } else {
+      const double c = GroupCentre(g);
+      for (size_t f = 0; f < nF; ++f) phasor[f] = std::polar(1.0, -daOmega[f] * c);
+      nSteps = 0;
+    }
+    bHasPhasor = true;
+    lPhasorSample = sample;
+    // e^(-j W d) to the third power of W d, |W d| <= 0.004 within a group.
+    for (size_t f = 0; f < nF; ++f) {
+      const double w = daOmega[f];
+      const double w2 = w * w;
+      const Complex term(m0[g] - 0.5 * w2 * m2[g], w * (w2 * m3[g] / 6.0 - m1[g]));
+      acc[f] += phasor[f] * term;
+    }
+  }
+  for (const CBandSums& band : sums.bands) {
+    const CBandTail& tail = Tail(band.iTerz1);
+    if (!tail.Exists()) continue;
+    for (size_t f = 0; f < nF; ++f) {
+      const double w = daOmega[f];
+      acc[f] += tail.dEnergy * std::polar(1.0, -w * tail.tStart) * tail.dK / Complex(tail.dK, w);
+    }
+  }
+  for (size_t f = 0; f < nF; ++f) daM[f] = std::abs(acc[f]) / dTotal;
+}
+
+}  // namespace zyra
