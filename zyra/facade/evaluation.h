@@ -6,8 +6,14 @@
 #include <array>
 #include <cstdint>
 #include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/room_parameters.h"
+#include "zyra/calc/schroeder_parameters.h"
 #include "zyra/facade/band_table.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/calculation.h"
@@ -44,21 +50,55 @@ struct EvaluationTimes {
          tDiff = 0;
 };
 
+// A single-number value by name, with its unit.
+struct NamedValue {
+  std::string sName;
+  std::string sUnit;
+  double dValue = 0.0;
+};
+
 // An evaluation of a prepared response. The plain values (times, tables, Alcons) are filled
-// from `results`, which stays available for hosts that show every sum.
+// from `results` and `parameters`, which stay available for hosts that show every sum.
 class Evaluation {
  public:
-  // The third-octave bands 1 ... 21 (100 Hz ... 10 kHz) in `third`; columns:
+  // Third-octave bands 1 ... 21 (100 Hz ... 10 kHz) in `third`, with the columns
   //   energies on the pulses' scale 10^(SPL/10): "E7", "E50", "E80", "ESplit", "Etotal",
-  //   "EDirect", "SPLMax"; "level_total", "level_direct" (dB); "C50", "C80" (dB); "D50".
-  // An empty cResults is error 91.
+  //   "EDirect", "SPLMax", "SchrEtot", "SchrETail"; "level_total", "level_direct", "C50",
+  //   "C80", "G" (dB); "D50", "JLF", "JLFC" (fractions); "EDT", "T20", "T30", "SchrRTime"
+  //   (s); "Ts" (ms); "Curvature" (%).
+  // Octaves 125 ... 8000 Hz in `octave`: "EDT", "T20", "T30", "SchrRTime" (s), "Curvature"
+  // (%), "C50", "C80", "G" (dB), "D50", "JLF", "JLFC", "MTI", "MTI_statistic", "Ts" (ms).
+  // Without cParameters (direct sound only) the parameter columns are NaN. An empty cResults
+  // is error 91.
   Evaluation(std::shared_ptr<CCalcResults> cResults, bool bReflections,
-             const AlconsSettings& settings, const AlconsValues& values);
+             const AlconsSettings& settings, const AlconsValues& values,
+             std::optional<CParameterSet> cParameters = std::nullopt,
+             std::shared_ptr<const CSchroederParameters> cDecays = nullptr);
 
+  // Third-octave values at a frequency in Hz (NaN where the value does not exist).
   double C50_dB(double dHz) const { return third.At("C50", dHz); }
   double C80_dB(double dHz) const { return third.At("C80", dHz); }
   double D50(double dHz) const { return third.At("D50", dHz); }
   double Level_dB(double dHz) const { return third.At("level_total", dHz); }
+  double EDT_s(double dHz) const { return third.At("EDT", dHz); }
+  double T20_s(double dHz) const { return third.At("T20", dHz); }
+  double T30_s(double dHz) const { return third.At("T30", dHz); }
+  double Ts_ms(double dHz) const { return third.At("Ts", dHz); }
+  double G_dB(double dHz) const { return third.At("G", dHz); }
+
+  // The single numbers (EDT, T20, T30, C50, C80, D50, Ts, G, JLF, JLFC, their mean over
+  // octaves as ISO 3382-1 takes it) and STI, STI_statistic, STIPA, Alcons_STI; NaN where they
+  // do not exist, all NaN without parameters.
+  std::vector<NamedValue> SingleNumbers() const;
+  // One of them by name; an unknown name is error 5.
+  double Single(std::string_view sName) const;
+  // "A+" ... "U"; empty where STI does not exist.
+  std::string STIRating() const { return parameters ? parameters->STI_rating : std::string(); }
+
+  // The Schroeder decay of the third-octave band or octave at dHz, thinned for plotting:
+  // times in ms after tRef, levels in dB; empty without parameters.
+  CDecayCurve DecayCurve(double dHz) const;
+  CDecayCurve OctaveDecayCurve(double dHz) const;
   // Alcons in % at 500, 1000 or 2000 Hz with the energy up to tUseful ms (0 ... 50) useful;
   // another frequency or time is error 9.
   double Alcons_pct(double dHz, int32_t tUseful) const;
@@ -71,7 +111,13 @@ class Evaluation {
   AlconsValues alconsValues{};
   EvaluationTimes times;
   BandTable third;
+  BandTable octave;
+  std::optional<CParameterSet> parameters;             // with reflections only
+  std::shared_ptr<const CSchroederParameters> decays;  // the fits behind `parameters`
 };
+
+// The nominal centre frequencies of the octaves 1 ... 7, Hz.
+std::vector<double> OctaveFrequencies();
 
 // The nominal centre frequencies of third-octave bands 1 ... 21, Hz.
 std::vector<double> ThirdOctaveFrequencies();

@@ -114,7 +114,25 @@ Evaluation Response::Evaluate(const EvaluateOptions& options) {
       process.CalculateAlconsCurve(*model_, *results, a, options.eAlconsForm, options.bWithNoise,
                                    alcons.lInterfFlags, values[static_cast<std::size_t>(a)]);
     }
-    Evaluation evaluation(std::move(results), options.bWithReflections, alcons, values);
+    // The room-acoustic parameters rest on the whole decay: with reflections only.
+    std::optional<CParameterSet> parameters;
+    std::shared_ptr<CSchroederParameters> decays;
+    if (options.bWithReflections) {
+      CParameterOptions parameterOptions;
+      parameterOptions.dSchroederT1 = options.dSchroederT1;
+      parameterOptions.dSchroederT2 = options.dSchroederT2;
+      parameterOptions.bIsWithReflections = options.bWithReflections;
+      parameterOptions.bWithNoise = options.bWithNoise;
+      parameterOptions.bMasking = options.bMasking;
+      decays = std::make_shared<CSchroederParameters>();
+      parameters =
+          CalculateParameters(*model_, *results, parameterOptions, options.cBusy, decays.get());
+      if (parameters->bIsCancelled) {
+        throw ResponseError(sFilePath_, ResponseFault::kCancelled, "evaluation cancelled");
+      }
+    }
+    Evaluation evaluation(std::move(results), options.bWithReflections, alcons, values,
+                          std::move(parameters), std::move(decays));
     evaluation.lCalcResult = lResult;
     return evaluation;
   } catch (const ResponseError&) {

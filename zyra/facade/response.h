@@ -31,7 +31,7 @@ struct OpenOptions {
   // cancelled, instead of raising: Read() and Init() say what happened, and Evaluate() raises.
   // A file that cannot be accessed or is not a response file raises all the same.
   bool bKeepDamaged = false;
-  std::string sAppVrsnString{};      // the application text for the reader; empty: "zyra " + version
+  std::string sAppVrsnString{};    // the application text for the reader; empty: "zyra " + version
   BusyIndicator* cBusy = nullptr;  // progress and cancel while reading and preparing
   Logger* cReadLogger = nullptr;   // the reader's log
 };

@@ -105,6 +105,39 @@ TEST_F(FacadeTest, EvaluatesToClosedFormsLookedUpByFrequency) {
   EXPECT_EQ(testing::ErrorNumberOf([&] { result.Alcons_pct(1000, 51); }), kErrSubscript);
 }
 
+TEST_F(FacadeTest, ParametersOfAPureTailAndItsDecayCurve) {
+  // 1 kHz holds the statistical tail alone: its decay is one exponential of the band's RT.
+  CProbeRspClass file;
+  CSystemResponse& rsp = *file.Rsp();
+  rsp.LspInfos()->SetCount(1);
+  rsp.LspInfo(1)->SetIsActive(true);
+  rsp.LspInfo(1)->SetPulsNr(AddPuls(rsp, 0, 10.0F));
+  rsp.Puls(1)->SetSPL(11, 0);
+  CETCInfoClass& etc = *file.ETC();
+  etc.SetVolume(400.0F);
+  for (int32_t b = 1; b <= 21; ++b) {
+    etc.SetAbsorp(b, 0.25F);
+    etc.SetPower(b, 90.0F);
+    etc.SetRTime(b, 1.5F);
+  }
+  Response response = Response::Open(WriteImage("tail.rsp", file));
+  const Evaluation result = response.Evaluate();
+  EXPECT_NEAR(result.T30_s(1000), 1.5, 1e-3);
+  EXPECT_NEAR(result.EDT_s(1000), 1.5, 1e-3);
+  EXPECT_EQ(result.third.At("SchrRTime", 1000), result.parameters->SchrRTime[11]);
+  EXPECT_EQ(result.Single("C80"), result.parameters->C80_single);
+  const CDecayCurve curve = result.DecayCurve(1000);
+  ASSERT_FALSE(curve.daLevel.empty());
+  EXPECT_EQ(curve.daLevel.front(), 0.0);
+  EXPECT_LE(curve.daLevel.back(), -35.0);
+  // The direct sound alone has no decay: every parameter is NaN, no curve.
+  const Evaluation direct = response.Evaluate({.bWithReflections = false});
+  EXPECT_TRUE(std::isnan(direct.T30_s(1000)));
+  EXPECT_TRUE(std::isnan(direct.Single("STI")));
+  EXPECT_TRUE(direct.OctaveDecayCurve(1000).daTime.empty());
+  EXPECT_EQ(testing::ErrorNumberOf([&] { result.Single("T31"); }), kErrInvalidCall);
+}
+
 TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
   const std::string good = Write("good.rsp", 100.0);
   std::string sProblem;
