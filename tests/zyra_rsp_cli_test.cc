@@ -182,6 +182,21 @@ TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
   }
 }
 
+// The parameters come with the reflections only; the decay plot is written in the format asked
+// for, beside the demo's own two pictures.
+TEST_F(ZyraRspTest, ParametersAndDecayPlot) {
+  const Json full = Json::parse(Run({"eval", Demo(), "--json", "--no-masking"}).out);
+  EXPECT_EQ(full["parameters"]["masking"], false);
+  EXPECT_FALSE(
+      Json::parse(Run({"eval", Demo(), "--json", "--direct-only"}).out).contains("parameters"));
+  EXPECT_EQ(Run({"eval", Demo(), "--fit-limits", "-35,-5"}).exit, 2);
+  const fs::path png = folder_ / "decay.png";
+  ASSERT_EQ(Run({"plot", Demo(), "--decay", "-o", png}).exit, 0);
+  EXPECT_EQ(Contents(png).substr(0, 8), "\x89PNG\r\n\x1a\n");
+  EXPECT_TRUE(fs::exists(folder_ / "demo-hall-decay.svg"));
+  EXPECT_TRUE(fs::exists(folder_ / "demo-hall-etc.svg"));
+}
+
 TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
   // Under `script` standard error is a terminal: the bar is drawn and cleared again.
   const std::string log = folder_ / "typescript";

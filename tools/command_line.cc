@@ -1,9 +1,12 @@
 #include "tools/command_line.h"
 
 #include <algorithm>
+#include <cmath>
 #include <exception>
 #include <iostream>
 #include <sstream>
+#include <tuple>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
@@ -41,6 +44,36 @@ const CLI::Validator kInterferenceList(
     },
     "pot,kin", "InterferenceList");
 
+// `--fit-limits T1,T2`: two finite levels in dB with 0 >= T1 > T2.
+std::optional<std::pair<double, double>> FitLimits(const std::string& sList) {
+  const std::size_t comma = sList.find(',');
+  if (comma == std::string::npos) return std::nullopt;
+  const auto number = [](const std::string& sText) -> std::optional<double> {
+    std::size_t used = 0;
+    double value = 0.0;
+    try {
+      value = std::stod(sText, &used);
+    } catch (const std::exception&) {
+      return std::nullopt;
+    }
+    if (used != sText.size() || !std::isfinite(value)) return std::nullopt;
+    return value;
+  };
+  const auto upper = number(sList.substr(0, comma));
+  const auto lower = number(sList.substr(comma + 1));
+  if (!upper || !lower || !(*upper <= 0.0 && *upper > *lower)) return std::nullopt;
+  return std::pair{*upper, *lower};
+}
+
+const CLI::Validator kFitLimits(
+    [](const std::string& value) -> std::string {
+      return FitLimits(value) ? ""
+                              : "expected two levels in dB with 0 >= T1 > T2, such as -5,-35, "
+                                "not '" +
+                                    value + "'";
+    },
+    "T1,T2", "FitLimits");
+
 // `plot -o`: the extension chooses the picture format.
 const CLI::Validator kPictureFile(
     [](const std::string& value) -> std::string {
@@ -59,6 +92,8 @@ struct Settings {
   EvalOptions eval;
   std::string sInterference;
   std::string sForm = "peutz";
+  std::string sFitLimits;
+  bool bNoMasking = false;
   ConvertOptions convert;
   DemoOptions demo;
   PlotOptions plot;
@@ -94,10 +129,17 @@ Subcommands Describe(CLI::App& app, Settings& s) {
   sub.eval
       ->add_option("--interference", s.sInterference, "coherent early energy: pot, kin or pot,kin")
       ->check(kInterferenceList);
-  sub.eval->add_flag("--noise", s.eval.bNoise, "include the background noise in Alcons");
+  sub.eval->add_flag("--noise", s.eval.bNoise,
+                     "include the background noise in Alcons and in the modulation transfer");
   sub.eval->add_option("--form", s.sForm, "Alcons formula: peutz (default) or sti")
       ->check(CLI::IsMember({"peutz", "sti"}));
   sub.eval->add_flag("--json", s.eval.bJson, "write JSON instead of the table");
+  sub.eval
+      ->add_option("--fit-limits", s.sFitLimits,
+                   "fit range of SchrRTime in dB, upper,lower (default -5,-35)")
+      ->check(kFitLimits);
+  sub.eval->add_flag("--no-masking", s.bNoMasking,
+                     "no auditory masking or reception threshold in the modulation transfer");
 
   sub.convert = app.add_subcommand("convert", "read, prepare and save a response file");
   sub.convert->add_option("IN", s.convert.sIn, "response file to read")->required();
@@ -107,14 +149,19 @@ Subcommands Describe(CLI::App& app, Settings& s) {
   sub.demo->add_option("--out", s.demo.sOutDir, "folder for the demo's files")
       ->capture_default_str();
 
-  sub.plot = app.add_subcommand("plot", "the energy-time curve of one band as a picture");
+  sub.plot = app.add_subcommand(
+      "plot", "the energy-time curve of one band, or the decay curves, as a picture");
   sub.plot->add_option("FILE", s.plot.sFile, "response file")->required();
   sub.plot->add_option("-o,--output", s.plot.sOut, "picture to write: .svg, .png or .pdf")
       ->required()
       ->check(kPictureFile);
-  sub.plot->add_option("--band", s.plot.iBand, "third-octave band 1 ... 21 (11 = 1 kHz)")
+  sub.plot
+      ->add_option("--band", s.plot.iBand,
+                   "third-octave band 1 ... 21 (11 = 1 kHz); with --decay, that band alone "
+                   "instead of every octave")
       ->check(CLI::Range(1, 21))
       ->capture_default_str();
+  sub.plot->add_flag("--decay", s.plot.bDecay, "the Schroeder decay curves with their T30 fits");
 
   sub.synth = app.add_subcommand("synth", "a reproducible synthetic response of a given size");
   sub.synth->add_option("--pulses", s.synth.nPulses, "number of pulses, 10 ... 10,000,000")
@@ -137,11 +184,18 @@ Command Chosen(const Subcommands& sub, Settings& s) {
   if (sub.eval->parsed()) {
     if (!s.sInterference.empty()) s.eval.lInterfFlags = *InterferenceFlags(s.sInterference);
     s.eval.eForm = s.sForm == "sti" ? AlconsFormOption::kSti : AlconsFormOption::kPeutz;
+    if (!s.sFitLimits.empty()) {
+      std::tie(s.eval.dFitUpper, s.eval.dFitLower) = *FitLimits(s.sFitLimits);
+    }
+    s.eval.bMasking = !s.bNoMasking;
     return s.eval;
   }
   if (sub.convert->parsed()) return s.convert;
   if (sub.demo->parsed()) return s.demo;
-  if (sub.plot->parsed()) return s.plot;
+  if (sub.plot->parsed()) {
+    s.plot.bOneBand = sub.plot->get_option("--band")->count() > 0;
+    return s.plot;
+  }
   if (s.synth.nSpeakers > s.synth.nPulses) {
     // Every loudspeaker has its direct sound among the pulses.
     throw CLI::ValidationError("--speakers", "must not exceed --pulses");

@@ -82,5 +82,31 @@ TEST(CommandLineTest, OptionsAndBoundaryValuesAreTranslated) {
   EXPECT_EQ(convert.sIn + " " + convert.sOut, "in.rsp out/new.rsp");
 }
 
+// Fit limits must lie 0 >= T1 > T2; a picture's extension must name its format; a wrong one
+// is a usage error naming what was given.
+TEST(CommandLineTest, FitLimitsAndPictureFormats) {
+  for (const char* limits :
+       {"-35,-5", "-5,-5", "1,-35", "-5", "-5,-35,", "a,-35", "-5,nan", "-5,-inf", "-5,-35x", ""}) {
+    const Outcome outcome = Parse({"eval", "a.rsp", std::string("--fit-limits=") + limits});
+    EXPECT_EQ(outcome.parsed.exitStatus, kExitUsage) << limits;
+    EXPECT_NE(outcome.err.find("--fit-limits"), std::string::npos) << outcome.err;
+  }
+  const auto eval =
+      Parsed<EvalOptions>({"eval", "a.rsp", "--fit-limits", "0,-20.5", "--no-masking"});
+  EXPECT_EQ(eval.dFitUpper, 0.0);
+  EXPECT_EQ(eval.dFitLower, -20.5);
+  EXPECT_FALSE(eval.bMasking);
+  EXPECT_TRUE(Parsed<EvalOptions>({"eval", "a.rsp"}).bMasking);
+  const Outcome gif = Parse({"plot", "a.rsp", "-o", "etc.gif"});
+  EXPECT_EQ(gif.parsed.exitStatus, kExitUsage);
+  EXPECT_NE(gif.err.find("'.gif'"), std::string::npos) << gif.err;
+  EXPECT_EQ(Parse({"plot", "a.rsp", "-o", "etc"}).parsed.exitStatus, kExitUsage);
+  const auto octaves = Parsed<PlotOptions>({"plot", "a.rsp", "--decay", "-o", "d.PDF"});
+  EXPECT_TRUE(octaves.bDecay && !octaves.bOneBand);
+  const auto band =
+      Parsed<PlotOptions>({"plot", "a.rsp", "--decay", "--band", "11", "-o", "d.png"});
+  EXPECT_TRUE(band.bDecay && band.bOneBand && band.iBand == 11);
+}
+
 }  // namespace
 }  // namespace zyra::tool

@@ -38,9 +38,13 @@ struct EvalOptions {
   std::string sFile;
   bool bDirectOnly = false;
   int32_t lInterfFlags = 0;  // 0, or kInterferencePot and/or kInterferenceKin
-  bool bNoise = false;
+  bool bNoise = false;       // the tail block's noise in Alcons and in the modulation transfer
   AlconsFormOption eForm = AlconsFormOption::kPeutz;
   bool bJson = false;
+  // The fit range of SchrRTime in dB, 0 >= dFitUpper > dFitLower.
+  double dFitUpper = -5.0;
+  double dFitLower = -35.0;
+  bool bMasking = true;  // auditory masking and reception threshold in the modulation transfer
 };
 
 struct ConvertOptions {
@@ -57,8 +61,10 @@ inline constexpr int32_t kDefaultPlotBand = 11;
 
 struct PlotOptions {
   std::string sFile;
-  std::string sOut;
+  std::string sOut;                  // .svg, .png or .pdf
   int32_t iBand = kDefaultPlotBand;  // 1 ... 21
+  bool bDecay = false;               // the Schroeder decay curves instead of the reflectogram
+  bool bOneBand = false;  // the decay of iBand alone rather than of every octave (--band given)
 };
 
 struct SynthOptions {

@@ -7,6 +7,7 @@
 
 #include "tools/json_forms.h"
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/room_parameters.h"
 #include "zyra/facade/response.h"
 
 namespace zyra::tool {
@@ -23,7 +24,10 @@ Json TimesJson(const CCalcResults& r);
 Json BandsJson(const CCalcResults& r);
 Json SplitJson(const CCalcResults& r);
 Json AlconsJson(const AlconsSettings& settings, const AlconsValues& values);
-Json EvalJson(const Evaluation& evaluation);
+// The room-acoustic parameters: null wherever a value does not exist.
+Json ParametersJson(const CParameterSet& parameters);
+// The whole document; "parameters" only when they were computed (not with --direct-only).
+Json EvalJson(const Evaluation& evaluation, const CParameterSet* parameters = nullptr);
 
 }  // namespace zyra::tool
 

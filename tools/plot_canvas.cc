@@ -57,6 +57,7 @@ TextBox PlotCanvas::Text(double x, double y, const std::string& sText, const Tex
   cairo_move_to(cr_, box.x0, y);
   SetColour(cr_, style.colour);
   cairo_show_text(cr_, sText.c_str());
+  cairo_new_path(cr_);  // no current point left behind for the next path
   cairo_restore(cr_);
   texts_.push_back({box, sText});
   return texts_.back();
@@ -75,6 +76,7 @@ TextBox PlotCanvas::UpwardText(double x, double y, const std::string& sText,
   cairo_move_to(cr_, flat.x0, -flat.y0 - height / 2.0);
   SetColour(cr_, style.colour);
   cairo_show_text(cr_, sText.c_str());
+  cairo_new_path(cr_);
   cairo_restore(cr_);
   const double width = flat.x1 - flat.x0;
   texts_.push_back({{x - height / 2.0, y - width / 2.0, x + height / 2.0, y + width / 2.0}, sText});

@@ -41,6 +41,49 @@ void Times(std::ostringstream& out, const CCalcResults& r) {
       << "   tDiff " << Format("%.2f", r.tDiff()) << "   tGap " << Format("%.2f", r.tGap()) << "\n";
 }
 
+// A parameter value, or "-" where it does not exist.
+std::string Value(double value, const char* format) {
+  return std::isfinite(value) ? Format(format, value) : "-";
+}
+
+void OctaveTable(std::ostringstream& out, const CParameterSet& p) {
+  // With the default fit range SchrRT is T30; it gets a column only when it differs.
+  const CParameterOptions defaults;
+  const bool bOwnRange =
+      p.dSchroederT1 != defaults.dSchroederT1 || p.dSchroederT2 != defaults.dSchroederT2;
+  out << "Per octave: EDT, T20, T30 in s, Curv = 100 (T30/T20 - 1) in % (large: no straight "
+         "decay);\n";
+  if (bOwnRange) {
+    out << "  SchrRT in s, fitted over " << Format("%g", p.dSchroederT1) << " ... "
+        << Format("%g", p.dSchroederT2) << " dB;\n";
+  }
+  out << "  C50, C80, G in dB; Ts in ms after tRef; D50, J_LF, speech MTI as fractions\n"
+      << " octave Hz   EDT   T20   T30 Curv" << (bOwnRange ? " SchrRT" : "")
+      << "   C50   C80  D50    Ts     G J_LF  MTI\n";
+  for (std::size_t k = 0; k < kOctaveCount; ++k) {
+    out << Cell(OctaveFrequency(static_cast<int32_t>(k) + 1), "%.0f", 10)
+        << Cell(p.oEDT[k], "%.2f", 6) << Cell(p.oT20[k], "%.2f", 6) << Cell(p.oT30[k], "%.2f", 6)
+        << Cell(p.oCurvature[k], "%.0f", 5);
+    if (bOwnRange) out << Cell(p.oSchrRTime[k], "%.2f", 7);
+    out << Cell(p.oC50[k], "%.1f", 6) << Cell(p.oC80[k], "%.1f", 6) << Cell(p.oD50[k], "%.2f", 5)
+        << Cell(p.oTs[k], "%.0f", 6) << Cell(p.oG[k], "%.1f", 6) << Cell(p.oJLF[k], "%.2f", 5)
+        << Cell(p.oMTI[k], "%.2f", 5) << "\n";
+  }
+  out << "Single numbers (mean of the 500 Hz and 1 kHz octaves; J_LF, J_LFC of 125 Hz ... 1 kHz):\n"
+      << "  EDT " << Value(p.EDT_single, "%.2f s") << "   T20 " << Value(p.T20_single, "%.2f s")
+      << "   T30 " << Value(p.T30_single, "%.2f s") << "   C50 " << Value(p.C50_single, "%.1f dB")
+      << "   C80 " << Value(p.C80_single, "%.1f dB") << "   D50 " << Value(p.D50_single, "%.2f")
+      << "\n  Ts " << Value(p.Ts_single, "%.0f ms") << "   G " << Value(p.G_single, "%.1f dB")
+      << "   J_LF " << Value(p.JLF_single, "%.2f") << "   J_LFC " << Value(p.JLFC_single, "%.2f")
+      << "\n";
+  out << "Speech transmission (" << (p.bMasking ? "with" : "without") << " masking, "
+      << (p.bWithNoise ? "with" : "without") << " noise): STI " << Value(p.STI, "%.2f")
+      << ", rating " << (p.STI_rating.empty() ? "-" : p.STI_rating) << "; STIPA "
+      << Value(p.STIPA, "%.2f") << ";\n  STI from the reverberation times alone "
+      << Value(p.STI_statistic, "%.2f") << "; Alcons from STI " << Value(p.Alcons_STI, "%.1f %%")
+      << "\n";
+}
+
 }  // namespace
 
 std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CProbeRspClass& cFile,
@@ -101,7 +144,7 @@ std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CP
   return out.str();
 }
 
-std::string EvalTable(const Evaluation& evaluation) {
+std::string EvalTable(const Evaluation& evaluation, const CParameterSet* parameters) {
   const CCalcResults& r = *evaluation.results;
   std::ostringstream out;
   out << "Per band (levels in dB on the file's scale, C50 and C80 in dB, D50 as a fraction):\n"
@@ -127,12 +170,15 @@ std::string EvalTable(const Evaluation& evaluation) {
     }
     out << "\n";
   }
-  if (evaluation.lCalcResult != 0) out << "The evaluation was cancelled; the values are partial.\n";
+  if (parameters != nullptr) OctaveTable(out, *parameters);
+  if (evaluation.lCalcResult != 0 || (parameters != nullptr && parameters->bIsCancelled)) {
+    out << "The evaluation was cancelled; the values are partial.\n";
+  }
   return out.str();
 }
 
 std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation,
-                       const std::string& sResponsePath, const std::string& sPlotPath) {
+                       const CParameterSet& parameters, const DemoFiles& files) {
   std::ostringstream out;
   const CProbeInfoClass& probe = *cFile.ProbeInfo();
   const CETCInfoClass& etc = *cFile.ETC();
@@ -154,10 +200,16 @@ std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation
   }
   out << "Pulses: " << rsp.Pulses()->Count() << ", reflections up to order "
       << rsp.Pulses()->MaxOrder() << "\n\n";
-  out << EvalTable(evaluation);
+  out << EvalTable(evaluation, &parameters);
   out << "\nAlcons at 1 kHz with the energy up to 35 ms as useful: "
       << Format("%.1f", evaluation.alconsValues[1][35]) << " %\n";
-  out << "\nResponse file: " << sResponsePath << "\nReflectogram:  " << sPlotPath << "\n";
+  const CParameterSet& p = parameters;
+  out << "The hall at this seat: T30 " << Value(p.T30_single, "%.2f s") << ", EDT "
+      << Value(p.EDT_single, "%.2f s") << ", C80 " << Value(p.C80_single, "%.1f dB") << ", STI "
+      << Value(p.STI, "%.2f") << " (rating " << (p.STI_rating.empty() ? "-" : p.STI_rating)
+      << ")\n";
+  out << "\nResponse file: " << files.sResponse << "\nReflectogram:  " << files.sReflectogram
+      << "\nDecay curves:  " << files.sDecay << "\n";
   return out.str();
 }
 

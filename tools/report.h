@@ -5,6 +5,7 @@
 #include <string>
 
 #include "tools/file_walk.h"
+#include "zyra/calc/room_parameters.h"
 #include "zyra/facade/response.h"
 #include "zyra/rsp/probe_rsp.h"
 
@@ -15,12 +16,22 @@ std::string InfoSummary(const std::string& sFile, const FileWalk& walk, const CP
                         const ReadOutcome& read, const InitOutcome& init,
                         const Evaluation* evaluation);
 
-// The per-band table (levels, C50, C80, D50), the times and Alcons over a few times.
-std::string EvalTable(const Evaluation& evaluation);
+// The per-band table (levels, C50, C80, D50), the times and Alcons over a few times; with
+// parameters, the octave table (decay times, clarity, definition, centre time, strength,
+// lateral fraction, MTI), the single numbers and speech transmission.
+std::string EvalTable(const Evaluation& evaluation, const CParameterSet* parameters = nullptr);
 
-// The demo's report: the hall, its loudspeakers, then the evaluation as EvalTable has it.
+// The paths the demo wrote.
+struct DemoFiles {
+  std::string sResponse;
+  std::string sReflectogram;
+  std::string sDecay;
+};
+
+// The demo's report: the hall, its loudspeakers, the evaluation as EvalTable has it, and the
+// hall's key figures (T30, EDT, C80, STI and its rating).
 std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation,
-                       const std::string& sResponsePath, const std::string& sPlotPath);
+                       const CParameterSet& parameters, const DemoFiles& files);
 
 }  // namespace zyra::tool
 

@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "tools/commands.h"
+#include "tools/decay_plot.h"
 #include "tools/demo_response.h"
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
@@ -16,6 +17,7 @@
 #include "tools/report.h"
 #include "tools/save_image.h"
 #include "tools/synth_file.h"
+#include "zyra/calc/room_parameters.h"
 #include "zyra/facade/file_access.h"
 #include "zyra/support/calculation.h"
 
@@ -211,12 +213,17 @@ int RunEval(const EvalOptions& options) {
   evaluate.bWithNoise = options.bNoise;
   evaluate.eAlconsForm =
       options.eForm == AlconsFormOption::kSti ? SL_EAlcons_STI : SL_EAlcons_Peutz;
+  evaluate.dSchroederT1 = options.dFitUpper;
+  evaluate.dSchroederT2 = options.dFitLower;
+  evaluate.bMasking = options.bMasking;
   const auto evaluation = EvaluateResponse(*response, evaluate, progress, true);
   if (!evaluation) return kExitFailure;
+  // The parameters rest on the reflections; with the direct sound alone there are none.
+  const CParameterSet* shown = evaluation->parameters ? &*evaluation->parameters : nullptr;
   if (options.bJson) {
-    PrintJson(EvalJson(*evaluation));
+    PrintJson(EvalJson(*evaluation, shown));
   } else {
-    std::cout << EvalTable(*evaluation);
+    std::cout << EvalTable(*evaluation, shown);
   }
   return kExitSuccess;
 }
@@ -246,10 +253,19 @@ int RunPlot(const PlotOptions& options) {
   if (!response) return kExitFailure;
   const auto evaluation = EvaluateResponse(*response, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(response->Model(), *evaluation, options.iBand,
-                                            PlotSubtitle(response->Model(), options.sFile));
+  const std::string sSubtitle = PlotSubtitle(response->Model(), options.sFile);
+  if (!options.bDecay) {
+    const EtcPlotData plot =
+        BuildEtcPlotData(response->Model(), *evaluation, options.iBand, sSubtitle);
+    const bool bWritten =
+        WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
+    return bWritten ? kExitSuccess : kExitFailure;
+  }
+  // The evaluation fitted the decays along with the parameters.
+  const DecayPlotData plot =
+      BuildDecayPlotData(*evaluation->decays, options.bOneBand ? options.iBand : 0, sSubtitle);
   const bool bWritten =
-      WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
+      WritePicture(options.sOut, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, plot); });
   return bWritten ? kExitSuccess : kExitFailure;
 }
 
@@ -282,8 +298,9 @@ int RunDemo(const DemoOptions& options) {
   }
   std::string sDir = options.sOutDir;
   if (!sDir.empty() && sDir.back() != '/') sDir += '/';
-  const std::string sResponse = sDir + "demo-hall.rsp";
-  const std::string sPlot = sDir + "demo-hall-etc.svg";
+  const DemoFiles files{sDir + "demo-hall.rsp", sDir + "demo-hall-etc.svg",
+                        sDir + "demo-hall-decay.svg"};
+  const std::string& sResponse = files.sResponse;
   {
     CProbeRspClass built;
     try {
@@ -304,12 +321,15 @@ int RunDemo(const DemoOptions& options) {
   if (!response) return kExitFailure;
   const auto evaluation = EvaluateResponse(*response, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  const EtcPlotData plot = BuildEtcPlotData(response->Model(), *evaluation, kDefaultPlotBand,
-                                            PlotSubtitle(response->Model(), sResponse));
-  if (!WritePicture(sPlot, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); })) {
+  const std::string sSubtitle = PlotSubtitle(response->Model(), sResponse);
+  const EtcPlotData etc =
+      BuildEtcPlotData(response->Model(), *evaluation, kDefaultPlotBand, sSubtitle);
+  const DecayPlotData decay = BuildDecayPlotData(*evaluation->decays, 0, sSubtitle);
+  if (!WritePicture(files.sReflectogram, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, etc); }) ||
+      !WritePicture(files.sDecay, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, decay); })) {
     return kExitFailure;
   }
-  std::cout << DemoReport(response->Model(), *evaluation, sResponse, sPlot);
+  std::cout << DemoReport(response->Model(), *evaluation, *evaluation->parameters, files);
   return kExitSuccess;
 }
 
