@@ -1,7 +1,8 @@
 // The columns of the receiver rows of `eval` and `map`: the file, its status, the probe's label
 // and position, the single numbers with the STI rating, per-band values on request, and the
-// message. Names carry band and unit (C80_1000Hz_dB); every value comes from one table of
-// parameters, so the header, the values and the map's choices cannot drift apart.
+// message. Names carry band and unit (C80_1000Hz_dB). One table of parameters names the values
+// the facade's evaluation holds, so the header, the values and the map's choices cannot drift
+// apart.
 #ifndef ZYRA_TOOLS_RECEIVER_COLUMNS_H_
 #define ZYRA_TOOLS_RECEIVER_COLUMNS_H_
 
@@ -13,19 +14,10 @@
 #include <string_view>
 #include <vector>
 
-#include "zyra/calc/calc_results.h"
-#include "zyra/calc/room_parameters.h"
+#include "tools/row_kinds.h"
+#include "zyra/facade/evaluation.h"
 
 namespace zyra::tool {
-
-// Which per-band columns follow the single numbers.
-enum class RowBands { kNone, kOctave, kThird };
-
-// What one row's values are computed from.
-struct RowSources {
-  const CParameterSet& parameters;
-  const CCalcResults& results;
-};
 
 enum class ColumnKind { kFile, kStatus, kLabel, kNumber, kRating, kMessage };
 
@@ -51,25 +43,33 @@ class RowSchema {
   std::optional<int32_t> ValueIndex(std::string_view sName) const;
   const RowColumn* Find(std::string_view sName) const;
 
-  // Every value of a row in column order: the position, then what the sources give (NaN where a
-  // value does not exist).
+  // Every value of a row in column order: the position, then the evaluation's values (NaN where
+  // a value does not exist).
   std::vector<double> Values(const std::array<double, 3>& position,
-                             const RowSources& sources) const;
+                             const Evaluation& evaluation) const;
+  // The position and NaN for every other value: a row that has nothing to evaluate.
+  std::vector<double> PositionOnly(const std::array<double, 3>& position) const;
 
  private:
-  using Getter = std::function<double(const RowSources&)>;
+  using Getter = std::function<double(const Evaluation&)>;
   RowBands eBands_;
   std::vector<RowColumn> columns_;
   std::vector<Getter> getters_;  // one per numeric column after the position
 };
 
-// The numeric column a map shows: parameter `sParam` as a single number (no band), or at band
-// iTerz1 (1 ... 21): the octave value where the band is an octave's centre and the parameter has
-// octave values, else the third-octave value. A full column name ("C80_1000Hz_dB") is taken as
-// it is when no band is given. The band set the column belongs to goes to `eBands`; a name or
-// band without a column gives no value and a problem that lists what there is.
-std::optional<std::string> MapColumnName(const std::string& sParam, std::optional<int32_t> iTerz1,
-                                         RowBands& eBands, std::string& sProblem);
+// The numeric column a map shows.
+struct MapColumn {
+  std::string sColumn;                // as the rows name it: "C80_dB", "C80_1000Hz_dB"
+  std::string sParameter;             // "C80"; empty when a column name was asked for
+  RowBands eBands = RowBands::kNone;  // the rows that carry the column
+};
+
+// Parameter `sParam` as a single number (no band), or at band iTerz1 (1 ... 21): the octave
+// value where the band is an octave's centre and the parameter has octave values, else the
+// third-octave value. Without a band, a column name of the rows ("C80_1000Hz_dB") is taken as it
+// is. A name or band without a column gives no value and a problem that says what there is.
+std::optional<MapColumn> MapColumnOf(const std::string& sParam, std::optional<int32_t> iTerz1,
+                                     std::string& sProblem);
 
 }  // namespace zyra::tool
 

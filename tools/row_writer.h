@@ -8,10 +8,9 @@
 
 #include "tools/receiver_columns.h"
 #include "tools/receiver_row.h"
+#include "tools/row_kinds.h"
 
 namespace zyra::tool {
-
-enum class RowFormat { kTable, kJson, kJsonLines, kCsv };
 
 // Writes the header (table, CSV) or the opening bracket (JSON) on the first row or at End(),
 // then each row as it comes, flushed, so that a reader sees rows while the rest are evaluated.

@@ -4,6 +4,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "tools/batch_commands.h"
 #include "tools/commands.h"
 #include "tools/decay_plot.h"
 #include "tools/demo_response.h"
@@ -87,7 +88,13 @@ std::optional<Evaluation> EvaluateResponse(Response& response, EvaluateOptions o
   }
 }
 
-// Draws the picture in the format of sTarget's extension and writes it whole.
+std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
+  const std::string label = ProbeSummaryOf(cFile).sLabel;
+  return Latin1ToUtf8(SplitFilePath(sFile).sFile) + (label.empty() ? "" : ", probe " + label);
+}
+
+}  // namespace
+
 bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
   const auto format = PictureFormatOf(sTarget);
   if (!format) {
@@ -106,13 +113,6 @@ bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPictur
   PrintErrorLine(sTarget, sMessage);
   return false;
 }
-
-std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
-  const std::string label = ProbeSummaryOf(cFile).sLabel;
-  return Latin1ToUtf8(SplitFilePath(sFile).sFile) + (label.empty() ? "" : ", probe " + label);
-}
-
-}  // namespace
 
 int RunInfo(const InfoOptions& options) {
   const std::string& sFile = options.sFile;
@@ -206,17 +206,7 @@ int RunEval(const EvalOptions& options) {
   TerminalProgress progress;
   auto response = OpenResponse(options.sFile, progress, true);
   if (!response) return kExitFailure;
-  EvaluateOptions evaluate;
-  evaluate.bWithReflections = !options.bDirectOnly;
-  evaluate.bInterferencePotential = (options.lInterfFlags & kInterferencePot) != 0;
-  evaluate.bInterferenceKinetic = (options.lInterfFlags & kInterferenceKin) != 0;
-  evaluate.bWithNoise = options.bNoise;
-  evaluate.eAlconsForm =
-      options.eForm == AlconsFormOption::kSti ? SL_EAlcons_STI : SL_EAlcons_Peutz;
-  evaluate.dSchroederT1 = options.dFitUpper;
-  evaluate.dSchroederT2 = options.dFitLower;
-  evaluate.bMasking = options.bMasking;
-  const auto evaluation = EvaluateResponse(*response, evaluate, progress, true);
+  const auto evaluation = EvaluateResponse(*response, EvaluateOptionsOf(options), progress, true);
   if (!evaluation) return kExitFailure;
   // The parameters rest on the reflections; with the direct sound alone there are none.
   const CParameterSet* shown = evaluation->parameters ? &*evaluation->parameters : nullptr;

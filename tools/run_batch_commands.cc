@@ -1,0 +1,270 @@
+// The commands over many receivers: `eval` with rows, `map`, `synth --grid`, and the demo's
+// seating area.
+#include <unistd.h>
+
+#include <cmath>
+#include <filesystem>
+#include <iostream>
+#include <limits>
+#include <sstream>
+
+#include "tools/band_choice.h"
+#include "tools/batch_commands.h"
+#include "tools/commands.h"
+#include "tools/demo_response.h"
+#include "tools/ordered_batch.h"
+#include "tools/progress_bar.h"
+#include "tools/receiver_evaluation.h"
+#include "tools/row_writer.h"
+#include "tools/save_image.h"
+#include "tools/seat_grid.h"
+#include "tools/seat_map.h"
+#include "zyra/facade/response.h"
+
+namespace zyra::tool {
+namespace {
+
+int32_t JobsOf(int32_t nJobs) {
+  return nJobs > 0 ? nJobs : DefaultJobCount();
+}
+
+// The progress bar over the files of a batch, kept off the rows: when the rows go to the same
+// terminal, the bar's line is cleared before each row.
+class BatchProgress {
+ public:
+  explicit BatchProgress(std::optional<int64_t> total)
+      : total_(total), bRowsOnTerminal_(isatty(STDOUT_FILENO) == 1) {}
+
+  void BeforeRow() {
+    if (bRowsOnTerminal_) bar_.Done();
+  }
+  void AfterRow() {
+    ++done_;
+    // A list on standard input has no known length: the bar then counts.
+    const double fraction = total_ && *total_ > 0
+                                ? static_cast<double>(done_) / static_cast<double>(*total_)
+                                : std::numeric_limits<double>::quiet_NaN();
+    const std::string caption =
+        "Files " + std::to_string(done_) + (total_ ? " of " + std::to_string(*total_) : "");
+    bar_.ShowProgress(caption, fraction, kBusyInterval);
+  }
+  void Done() { bar_.Done(); }
+  bool IsCancelled() const { return bar_.IsCancelled(); }
+  int64_t Count() const { return done_; }
+
+ private:
+  TerminalProgress bar_;
+  std::optional<int64_t> total_;
+  bool bRowsOnTerminal_;
+  int64_t done_ = 0;
+};
+
+// The line on standard error for a row that did not succeed.
+void ReportRow(const ReceiverRow& row, const std::string& sPrefix) {
+  if (row.eStatus == RowStatus::kOk) return;
+  PrintErrorLine(row.sFile,
+                 sPrefix + (row.eStatus == RowStatus::kWarning ? "warning: " : "") + row.sMessage);
+}
+
+// Ends a batch: the cancel or the count of failed files on standard error; the exit status.
+int BatchStatus(const BatchProgress& progress, int64_t nFailed, const std::string& sWhat) {
+  if (progress.IsCancelled()) {
+    std::cerr << "zyra-rsp: cancelled after " << progress.Count() << " files\n";
+    return kExitFailure;
+  }
+  if (progress.Count() == 0) {
+    std::cerr << "zyra-rsp: no files to " << sWhat << "\n";
+    return kExitFailure;
+  }
+  if (nFailed > 0) {
+    std::cerr << "zyra-rsp: " << nFailed << " of " << progress.Count() << " files failed\n";
+    return kExitFailure;
+  }
+  return kExitSuccess;
+}
+
+// The loudspeakers of a response in plan view: the members of a coherent group stand at their
+// group's pseudo loudspeaker and are left out.
+std::vector<SeatMapSpeaker> SpeakersOf(const std::string& sFile) {
+  std::vector<SeatMapSpeaker> speakers;
+  try {
+    const Response response = Response::Open(sFile);
+    const LoudspeakerColumns lsp = response.Loudspeakers();
+    for (std::size_t i = 0; i < lsp.daSite.size(); ++i) {
+      if (!lsp.baIsActive[i] || (lsp.laCoherenceGroup[i] != 0 && !lsp.baIsPseudo[i])) continue;
+      const std::string& label = lsp.saCharLabel[i].empty() ? lsp.saLabel[i] : lsp.saCharLabel[i];
+      speakers.push_back({lsp.daSite[i][0], lsp.daSite[i][1], label});
+    }
+  } catch (const RuntimeError&) {
+    // The map shows the receivers all the same.
+  }
+  return speakers;
+}
+
+// The map's title and the colour bar's.
+void SetTitles(SeatMapData& data, const MapColumn& column, const RowColumn& row,
+               std::optional<int32_t> iBand) {
+  if (column.sParameter.empty()) {
+    data.sTitle = data.sValueTitle = column.sColumn;
+    return;
+  }
+  data.sValueTitle = column.sParameter + (row.sUnit.empty() ? "" : " [" + row.sUnit + "]");
+  if (!iBand) {
+    data.sTitle = column.sParameter + ", single number";
+    return;
+  }
+  data.sTitle = column.sParameter +
+                (column.eBands == RowBands::kOctave ? ", octave band " : ", third-octave band ") +
+                std::to_string(BandFrequency(*iBand)) + " Hz";
+}
+
+// One map from the points, written to sOut.
+bool WriteSeatMap(const std::string& sOut, SeatMapData data) {
+  const PictureSize size = SeatMapSize(data);
+  int32_t nUnlabelled = 0;
+  const bool bWritten = WritePicture(
+      sOut, size, [&](cairo_t* cr) { nUnlabelled = DrawSeatMap(cr, data, size).nUnlabelled; });
+  if (bWritten && nUnlabelled > 0) {
+    PrintErrorLine(sOut, "note: " + std::to_string(nUnlabelled) +
+                             " receivers stand too close for their values to be written; the "
+                             "rows of `eval` have every value");
+  }
+  return bWritten;
+}
+
+}  // namespace
+
+EvaluateOptions EvaluateOptionsOf(const EvalOptions& options) {
+  EvaluateOptions evaluate;
+  evaluate.bWithReflections = !options.bDirectOnly;
+  evaluate.bInterferencePotential = (options.lInterfFlags & kInterferencePot) != 0;
+  evaluate.bInterferenceKinetic = (options.lInterfFlags & kInterferenceKin) != 0;
+  evaluate.bWithNoise = options.bNoise;
+  evaluate.eAlconsForm =
+      options.eForm == AlconsFormOption::kSti ? SL_EAlcons_STI : SL_EAlcons_Peutz;
+  evaluate.dSchroederT1 = options.dFitUpper;
+  evaluate.dSchroederT2 = options.dFitLower;
+  evaluate.bMasking = options.bMasking;
+  return evaluate;
+}
+
+int RunEvalRows(const EvalRowsOptions& options) {
+  const RowSchema schema(options.eBands);
+  const EvaluateOptions evaluate = EvaluateOptionsOf(options.eval);
+  FileList names(options.saFiles, std::cin);
+  RowWriter writer(std::cout, schema, options.eFormat, options.bHeader);
+  BatchProgress progress(names.Count());
+  int64_t nFailed = 0;
+  RunOrderedBatch(
+      names, JobsOf(options.nJobs),
+      {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, evaluate); },
+       [&](ReceiverRow row) {
+         progress.BeforeRow();
+         writer.Write(row);
+         ReportRow(row, "");
+         if (row.eStatus != RowStatus::kOk) ++nFailed;
+         progress.AfterRow();
+       },
+       [&] { return progress.IsCancelled(); }});
+  progress.Done();
+  writer.End();
+  return BatchStatus(progress, nFailed, "evaluate");
+}
+
+int RunMap(const MapOptions& options) {
+  std::string sProblem;
+  const auto mapColumn = MapColumnOf(options.sParam, options.iBand, sProblem);
+  if (!mapColumn) {
+    std::cerr << "zyra-rsp: " << sProblem << '\n';
+    return kExitUsage;
+  }
+  const RowSchema schema(mapColumn->eBands);
+  const RowColumn& column = *schema.Find(mapColumn->sColumn);
+  const auto iValue = static_cast<std::size_t>(column.iValue);
+  EvaluateOptions evaluate;
+  FileList names(options.saFiles, std::cin);
+  BatchProgress progress(names.Count());
+  SeatMapData data;
+  data.iDecimals = column.iDecimals;
+  std::optional<std::string> sFirstGood;
+  int64_t nLeftOut = 0;
+  RunOrderedBatch(
+      names, JobsOf(options.nJobs),
+      {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, evaluate); },
+       [&](ReceiverRow row) {
+         progress.BeforeRow();
+         const bool bOk = row.eStatus == RowStatus::kOk;
+         if (bOk && std::isfinite(row.values[iValue])) {
+           data.points.push_back({row.values[0], row.values[1], row.values[iValue]});
+           if (!sFirstGood) sFirstGood = row.sFile;
+         } else {
+           ++nLeftOut;
+           if (bOk) row.sMessage = "has no value of " + column.sName;
+           PrintErrorLine(row.sFile, "left out of the map: " + row.sMessage);
+         }
+         progress.AfterRow();
+       },
+       [&] { return progress.IsCancelled(); }});
+  progress.Done();
+  if (progress.IsCancelled()) return BatchStatus(progress, nLeftOut, "map");
+  if (data.points.empty()) {
+    PrintErrorLine(options.sOut, "not written: no receiver has a value of " + column.sName);
+    return kExitFailure;
+  }
+  SetTitles(data, *mapColumn, column, options.iBand);
+  data.sSubtitle = std::to_string(data.points.size()) + " receivers" +
+                   (nLeftOut > 0 ? ", " + std::to_string(nLeftOut) + " files left out" : "");
+  data.speakers = SpeakersOf(*sFirstGood);
+  if (!WriteSeatMap(options.sOut, std::move(data))) return kExitFailure;
+  return nLeftOut > 0 ? kExitFailure : kExitSuccess;
+}
+
+int RunSeatGrid(const SeatGridOptions& options) {
+  std::string sProblem;
+  const HallModel hall = DemoHall();
+  const auto seats = SeatGrid(hall, options.nRows, options.nSeats,
+                              options.area.value_or(kDefaultSeatingArea), sProblem);
+  if (!seats) {
+    PrintErrorLine(options.sOutDir, sProblem);
+    return kExitFailure;
+  }
+  std::error_code error;
+  std::filesystem::create_directories(options.sOutDir, error);
+  if (error) {
+    PrintErrorLine(options.sOutDir, "cannot create the folder: " + error.message());
+    return kExitFailure;
+  }
+  const int32_t nPulses = options.nPulses > 0 ? options.nPulses : HallDefaultPulses();
+  TerminalProgress progress;
+  for (std::size_t i = 0; i < seats->size(); ++i) {
+    const Seat& seat = (*seats)[i];
+    const std::string sFile = (std::filesystem::path(options.sOutDir) / seat.sFileName).string();
+    if (!progress.ReportProgress("Seats", static_cast<double>(i) / seats->size(), "",
+                                 kBusyInterval)) {
+      progress.Done();
+      std::cerr << "zyra-rsp: cancelled after " << i << " seats\n";
+      return kExitFailure;
+    }
+    try {
+      HallModel at = hall;
+      at.receiver = seat.site;
+      CProbeRspClass file;
+      BuildHallResponse(file, at, seat.sLabel, nPulses);
+      std::string sMessage;
+      if (!WriteFileAtomically(sFile, ReproducibleImage(file), sMessage)) {
+        progress.Done();
+        PrintErrorLine(sFile, sMessage);
+        return kExitFailure;
+      }
+    } catch (const RuntimeError& e) {
+      progress.Done();
+      PrintErrorLine(sFile, "cannot be synthesised: error " + std::to_string(e.Number()) + ": " +
+                                e.Description());
+      return kExitFailure;
+    }
+  }
+  progress.Done();
+  return kExitSuccess;
+}
+
+}  // namespace zyra::tool
