@@ -10,6 +10,10 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
+// ISO 3382-1's single numbers: means over these octaves.
+constexpr const char* kMidOctaves = "mean of the 500 Hz and 1 kHz octaves";
+constexpr const char* kLowOctaves = "mean of the 125 Hz to 1 kHz octaves";
+
 // One parameter: its name and unit, whether it has a single number, and the names of its octave
 // and third-octave columns in the evaluation (null where it has none).
 struct Parameter {
@@ -19,6 +23,8 @@ struct Parameter {
   bool bSingle;
   const char* sOctave;
   const char* sThird;
+  // What the single number stands for; null for a value that is single by nature (STI).
+  const char* sSingleOf = kMidOctaves;
 };
 
 // The single numbers in this order, then the rating, then the bands parameter by parameter.
@@ -34,15 +40,15 @@ const std::vector<Parameter>& Parameters() {
       {"D50", "", 2, true, "D50", "D50"},
       {"Ts", "ms", 1, true, "Ts", "Ts"},
       {"G", "dB", 1, true, "G", "G"},
-      {"JLF", "", 2, true, "JLF", "JLF"},
-      {"JLFC", "", 2, true, "JLFC", "JLFC"},
+      {"JLF", "", 2, true, "JLF", "JLF", kLowOctaves},
+      {"JLFC", "", 2, true, "JLFC", "JLFC", kLowOctaves},
       {"level_total", "dB", 1, false, nullptr, "level_total"},
       {"MTI", "", 2, false, "MTI", nullptr},
       {"MTI_statistic", "", 2, false, "MTI_statistic", nullptr},
-      {"STI", "", 2, true, nullptr, nullptr},
-      {"STI_statistic", "", 2, true, nullptr, nullptr},
-      {"STIPA", "", 2, true, nullptr, nullptr},
-      {"Alcons_STI", "%", 1, true, nullptr, nullptr},
+      {"STI", "", 2, true, nullptr, nullptr, nullptr},
+      {"STI_statistic", "", 2, true, nullptr, nullptr, nullptr},
+      {"STIPA", "", 2, true, nullptr, nullptr, nullptr},
+      {"Alcons_STI", "%", 1, true, nullptr, nullptr, nullptr},
   };
   return table;
 }
@@ -150,7 +156,7 @@ std::optional<MapColumn> MapColumnOf(const std::string& sParam, std::optional<in
   if (found == nullptr && !iTerz1) {
     // A column name as the rows carry it, bands included.
     for (const RowBands bands : {RowBands::kOctave, RowBands::kThird}) {
-      if (RowSchema(bands).ValueIndex(sParam)) return MapColumn{sParam, "", bands};
+      if (RowSchema(bands).ValueIndex(sParam)) return MapColumn{sParam, "", bands, ""};
     }
   }
   if (found == nullptr) {
@@ -160,14 +166,16 @@ std::optional<MapColumn> MapColumnOf(const std::string& sParam, std::optional<in
   }
   const Parameter& p = *found;
   if (!iTerz1) {
-    if (p.bSingle) return MapColumn{SingleName(p), p.sName, RowBands::kNone};
+    if (p.bSingle) {
+      return MapColumn{SingleName(p), p.sName, RowBands::kNone, p.sSingleOf ? p.sSingleOf : ""};
+    }
     sProblem = std::string(p.sName) + " has no single number: choose a band with --band";
     return std::nullopt;
   }
   if (HasOctaves(p) && OctaveCentredOn(*iTerz1)) {
-    return MapColumn{BandName(p, *iTerz1), p.sName, RowBands::kOctave};
+    return MapColumn{BandName(p, *iTerz1), p.sName, RowBands::kOctave, ""};
   }
-  if (HasThirds(p)) return MapColumn{BandName(p, *iTerz1), p.sName, RowBands::kThird};
+  if (HasThirds(p)) return MapColumn{BandName(p, *iTerz1), p.sName, RowBands::kThird, ""};
   sProblem = std::string(p.sName) +
              (HasOctaves(p) ? " exists per octave only: choose one of 125, 250, 500, 1000, 2000, "
                               "4000, 8000 Hz"

@@ -62,6 +62,7 @@ struct MapColumn {
   std::string sColumn;                // as the rows name it: "C80_dB", "C80_1000Hz_dB"
   std::string sParameter;             // "C80"; empty when a column name was asked for
   RowBands eBands = RowBands::kNone;  // the rows that carry the column
+  std::string sSingleOf;              // a single number: the octaves it is the mean of; else empty
 };
 
 // Parameter `sParam` as a single number (no band), or at band iTerz1 (1 ... 21): the octave

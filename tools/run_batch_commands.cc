@@ -8,6 +8,10 @@
 #include <limits>
 #include <sstream>
 
+#include <algorithm>
+#include <cstdio>
+#include <span>
+
 #include "tools/band_choice.h"
 #include "tools/batch_commands.h"
 #include "tools/commands.h"
@@ -110,7 +114,8 @@ void SetTitles(SeatMapData& data, const MapColumn& column, const RowColumn& row,
   }
   data.sValueTitle = column.sParameter + (row.sUnit.empty() ? "" : " [" + row.sUnit + "]");
   if (!iBand) {
-    data.sTitle = column.sParameter + ", single number";
+    data.sTitle = column.sParameter +
+                  (column.sSingleOf.empty() ? "" : ", single number (" + column.sSingleOf + ")");
     return;
   }
   data.sTitle = column.sParameter +
@@ -220,30 +225,34 @@ int RunMap(const MapOptions& options) {
 }
 
 int RunSeatGrid(const SeatGridOptions& options) {
+  return WriteSeatGrid(options) ? kExitSuccess : kExitFailure;
+}
+
+std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& options) {
   std::string sProblem;
   const HallModel hall = DemoHall();
   const auto seats = SeatGrid(hall, options.nRows, options.nSeats,
                               options.area.value_or(kDefaultSeatingArea), sProblem);
   if (!seats) {
     PrintErrorLine(options.sOutDir, sProblem);
-    return kExitFailure;
+    return std::nullopt;
   }
   std::error_code error;
   std::filesystem::create_directories(options.sOutDir, error);
   if (error) {
     PrintErrorLine(options.sOutDir, "cannot create the folder: " + error.message());
-    return kExitFailure;
+    return std::nullopt;
   }
   const int32_t nPulses = options.nPulses > 0 ? options.nPulses : HallDefaultPulses();
+  std::vector<std::string> files;
   TerminalProgress progress;
-  for (std::size_t i = 0; i < seats->size(); ++i) {
-    const Seat& seat = (*seats)[i];
+  for (const Seat& seat : *seats) {
     const std::string sFile = (std::filesystem::path(options.sOutDir) / seat.sFileName).string();
-    if (!progress.ReportProgress("Seats", static_cast<double>(i) / seats->size(), "",
-                                 kBusyInterval)) {
+    const double fraction = static_cast<double>(files.size()) / static_cast<double>(seats->size());
+    if (!progress.ReportProgress("Seats", fraction, "", kBusyInterval)) {
       progress.Done();
-      std::cerr << "zyra-rsp: cancelled after " << i << " seats\n";
-      return kExitFailure;
+      std::cerr << "zyra-rsp: cancelled after " << files.size() << " seats\n";
+      return std::nullopt;
     }
     try {
       HallModel at = hall;
@@ -254,16 +263,85 @@ int RunSeatGrid(const SeatGridOptions& options) {
       if (!WriteFileAtomically(sFile, ReproducibleImage(file), sMessage)) {
         progress.Done();
         PrintErrorLine(sFile, sMessage);
-        return kExitFailure;
+        return std::nullopt;
       }
     } catch (const RuntimeError& e) {
       progress.Done();
       PrintErrorLine(sFile, "cannot be synthesised: error " + std::to_string(e.Number()) + ": " +
                                 e.Description());
-      return kExitFailure;
+      return std::nullopt;
     }
+    files.push_back(sFile);
   }
   progress.Done();
+  return files;
+}
+
+int DemoSeatingArea(const std::string& sDir) {
+  SeatGridOptions grid;
+  grid.nRows = kDemoRows;
+  grid.nSeats = kDemoSeats;
+  grid.sOutDir = sDir + "demo-seats";
+  const auto files = WriteSeatGrid(grid);
+  if (!files) return kExitFailure;
+
+  // Every seat evaluated on every core, the rows kept: a few dozen.
+  const RowSchema schema(RowBands::kNone);
+  FileList names(*files, std::cin);
+  std::vector<ReceiverRow> rows;
+  RunOrderedBatch(names, DefaultJobCount(),
+                  {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, {}); },
+                   [&](ReceiverRow row) { rows.push_back(std::move(row)); }, nullptr});
+  std::ostringstream csv;
+  RowWriter writer(csv, schema, RowFormat::kCsv);
+  for (const ReceiverRow& row : rows) {
+    writer.Write(row);
+    ReportRow(row, "");
+    if (row.eStatus != RowStatus::kOk) return kExitFailure;
+  }
+  writer.End();
+  const std::string sRows = sDir + "demo-seats.csv";
+  const std::string text = csv.str();
+  std::string sMessage;
+  if (!WriteFileAtomically(
+          sRows, std::span(reinterpret_cast<const uint8_t*>(text.data()), text.size()), sMessage)) {
+    PrintErrorLine(sRows, sMessage);
+    return kExitFailure;
+  }
+
+  const std::vector<SeatMapSpeaker> speakers = SpeakersOf(files->front());
+  struct Shown {
+    const char* sParam;
+    std::string sFile;
+    double dLow, dHigh;
+  };
+  std::vector<Shown> shown = {{"C80", sDir + "demo-seats-c80.svg", 0, 0},
+                              {"STI", sDir + "demo-seats-sti.svg", 0, 0}};
+  for (Shown& map : shown) {
+    std::string sProblem;
+    const MapColumn column = *MapColumnOf(map.sParam, std::nullopt, sProblem);
+    const RowColumn& rowColumn = *schema.Find(column.sColumn);
+    SeatMapData data;
+    data.iDecimals = rowColumn.iDecimals;
+    SetTitles(data, column, rowColumn, std::nullopt);
+    data.sSubtitle = "Demo hall, " + std::to_string(rows.size()) + " seats";
+    data.speakers = speakers;
+    for (const ReceiverRow& row : rows) {
+      const double value = row.values[static_cast<std::size_t>(rowColumn.iValue)];
+      if (std::isfinite(value)) data.points.push_back({row.values[0], row.values[1], value});
+    }
+    const auto [low, high] = std::ranges::minmax(data.points, {}, &SeatMapPoint::value);
+    map.dLow = low.value;
+    map.dHigh = high.value;
+    if (!WriteSeatMap(map.sFile, std::move(data))) return kExitFailure;
+  }
+  char range[160];
+  std::snprintf(range, sizeof range, "  C80 from %.1f to %.1f dB, STI from %.2f to %.2f\n",
+                shown[0].dLow, shown[0].dHigh, shown[1].dLow, shown[1].dHigh);
+  std::cout << "\nSeating area: " << rows.size() << " seats (" << kDemoRows << " rows of "
+            << kDemoSeats << ") in " << grid.sOutDir << "/\n"
+            << range << "Rows:          " << sRows << "\n"
+            << "Maps:          " << shown[0].sFile << ", " << shown[1].sFile << "\n";
   return kExitSuccess;
 }
 

@@ -320,7 +320,7 @@ int RunDemo(const DemoOptions& options) {
     return kExitFailure;
   }
   std::cout << DemoReport(response->Model(), *evaluation, *evaluation->parameters, files);
-  return kExitSuccess;
+  return DemoSeatingArea(sDir);
 }
 
 }  // namespace zyra::tool

@@ -311,6 +311,7 @@ SeatMapLayout DrawSeatMap(cairo_t* cr, const SeatMapData& map, PictureSize size)
   DrawColourBar(canvas, area, map, low, high);
 
   layout.plot = {axes.X0(), axes.X1(), axes.Y0(), axes.Y1(), canvas.Texts()};
+  layout.area = area;
   layout.dPointsPerMetre = scale;
   layout.dLow = low;
   layout.dHigh = high;

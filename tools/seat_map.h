@@ -42,6 +42,7 @@ PictureSize SeatMapSize(const SeatMapData& map);
 
 struct SeatMapLayout {
   PlotLayout plot;                 // the axes' ranges (m) and every text
+  Box area;                        // the plan on the page
   double dPointsPerMetre = 0.0;    // the same across and upwards
   int32_t nUnlabelled = 0;         // receivers whose value found no free place
   double dLow = 0.0, dHigh = 0.0;  // the colour bar's range
