@@ -1,5 +1,7 @@
 #include "tools/receiver_evaluation.h"
 
+#include <array>
+#include <charconv>
 #include <exception>
 #include <new>
 #include <optional>
@@ -9,6 +11,22 @@
 #include "zyra/facade/text_forms.h"
 
 namespace zyra::tool {
+namespace {
+
+// The file stores the position as Singles: each written as the shortest decimal that reads back
+// to its float (1.2, not 1.2000000476837158), as the dump shows it.
+std::array<double, 3> PositionOf(const ProbeSummary& probe) {
+  std::array<double, 3> position{};
+  for (std::size_t c = 0; c < position.size(); ++c) {
+    char text[32];
+    const auto written =
+        std::to_chars(text, text + sizeof text, static_cast<float>(probe.daSite[c]));
+    std::from_chars(text, written.ptr, position[c]);
+  }
+  return position;
+}
+
+}  // namespace
 
 ReceiverRow EvaluateReceiverRow(const std::string& sFile, const RowSchema& schema,
                                 EvaluateOptions options) {
@@ -24,14 +42,14 @@ ReceiverRow EvaluateReceiverRow(const std::string& sFile, const RowSchema& schem
     probe = response.Probe();
     row.sLabel = probe->sLabel;
     const Evaluation evaluation = response.Evaluate(options);
-    row.values = schema.Values(probe->daSite, evaluation);
+    row.values = schema.Values(PositionOf(*probe), evaluation);
     row.sRating = evaluation.STIRating();
     row.sMessage = MessageLine(response.Read().sMessage);
     row.eStatus = RowStatus::kOk;
   } catch (const ResponseError& error) {
     if (error.Fault() == ResponseFault::kEmpty && probe) {
       row.eStatus = RowStatus::kWarning;
-      row.values = schema.PositionOnly(probe->daSite);
+      row.values = schema.PositionOnly(PositionOf(*probe));
     }
     row.sMessage = error.Message();
   } catch (const RuntimeError& error) {
