@@ -51,5 +51,6 @@
 #include "zyra/facade/model_tables.h"
 #include "zyra/facade/response.h"
 #include "zyra/facade/response_error.h"
+#include "zyra/facade/text_forms.h"
 
 #endif  // ZYRA_ZYRA_H_
