@@ -180,7 +180,8 @@ PYBIND11_MODULE(zyra, m) {
                                 "where known, the block and byte offset.",
                                 PyExc_RuntimeError, nullptr));
   m.attr("Error") = error;
-  py::register_exception_translator([](std::exception_ptr thrown) {
+  // The translator's signature is pybind11's: the pointer by value.
+  py::register_exception_translator([](std::exception_ptr thrown) {  // NOLINT
     try {
       if (thrown) std::rethrow_exception(thrown);
     } catch (const zyra::ResponseError& e) {

@@ -53,7 +53,7 @@ class FacadeTest : public ::testing::Test {
     return WriteBytes(sName, stream.GetBytes());
   }
   static std::string WriteBytes(const std::string& sName, const std::vector<uint8_t>& bytes) {
-    const std::string path = folder_ / sName;
+    std::string path = folder_ / sName;
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
