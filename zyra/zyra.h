@@ -39,7 +39,9 @@
 
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/calc/energy_time_process.h"
+#include "zyra/calc/energy_time_response.h"
 #include "zyra/calc/room_parameters.h"
 #include "zyra/calc/schroeder_parameters.h"
 #include "zyra/calc/speech_transmission.h"
