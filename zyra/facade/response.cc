@@ -90,6 +90,10 @@ bool Response::IsEmpty() const {
 
 Evaluation Response::Evaluate(const EvaluateOptions& options) {
   if (auto error = DamageError()) throw *error;
+  if (!init_) {
+    throw ResponseError(sFilePath_, ResponseFault::kPreparation,
+                        "not prepared: a response is evaluated after its preparation");
+  }
   if (IsEmpty()) {
     throw ResponseError(sFilePath_, ResponseFault::kEmpty,
                         "holds no pulses: there is nothing to evaluate");

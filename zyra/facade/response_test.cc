@@ -185,8 +185,15 @@ TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
       EXPECT_EQ(error.Read().has_value(), row.fault == ResponseFault::kNotAResponse);
     }
   }
-  // Without preparation there is no preparation outcome.
-  EXPECT_FALSE(Response::Open(good, {.bPrepare = false}).Init().has_value());
+  // Without preparation there is no preparation outcome, and nothing to evaluate.
+  Response raw = Response::Open(good, {.bPrepare = false});
+  EXPECT_FALSE(raw.Init().has_value());
+  try {
+    raw.Evaluate();
+    ADD_FAILURE() << "evaluated without preparation";
+  } catch (const ResponseError& error) {
+    EXPECT_EQ(error.Fault(), ResponseFault::kPreparation);
+  }
 }
 
 TEST_F(FacadeTest, ModelTablesInOrderWithUtf8Labels) {
