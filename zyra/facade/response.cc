@@ -51,7 +51,8 @@ Response Response::Open(const std::string& sFilePath, const OpenOptions& options
         options.bIgnoreInActivePulses, options.cReadLogger);
   }
   if (IsFailedRead(response.read_)) throw ReadError(sFilePath, response.read_);
-  if (options.bPrepare && IsCleanRead(response.read_)) {
+  // A damaged read kept on request is prepared too, so that its outcome can be shown.
+  if (options.bPrepare && (IsCleanRead(response.read_) || options.bKeepDamaged)) {
     InitOutcome& init = response.init_.emplace();
     try {
       init.lResult =

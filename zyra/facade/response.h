@@ -1,7 +1,7 @@
 // A response file in one call: read, judged and prepared as a host does it, then evaluated
 // with named options into plain values. Every failure is a ResponseError naming the file.
 //
-//   const zyra::Response response = zyra::Response::Open("seat-12.rsp");
+//   zyra::Response response = zyra::Response::Open("seat-12.rsp");
 //   std::cout << response.Evaluate().C80_dB(1000) << " dB\n";
 #ifndef ZYRA_FACADE_RESPONSE_H_
 #define ZYRA_FACADE_RESPONSE_H_
