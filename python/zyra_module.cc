@@ -314,6 +314,21 @@ PYBIND11_MODULE(zyra, m) {
                                read["message"] = Text(zyra::Latin1ToUtf8(r.Read().sMessage));
                                return read;
                              })
+      .def_property_readonly(
+          "init",
+          [](const zyra::Response& r) -> py::object {
+            if (!r.Init()) return py::none();
+            py::dict init;
+            init["result"] = r.Init()->lResult;
+            init["message"] = Text(zyra::Latin1ToUtf8(r.Init()->sMessage));
+            init["error"] = r.Init()->error
+                                ? py::object(py::make_tuple(r.Init()->error->lNumber,
+                                                            Text(r.Init()->error->sDescription)))
+                                : py::none();
+            return init;
+          },
+          "What the preparation answered (result, message, error as (number, description)); "
+          "None without preparation.")
       .def(
           "evaluate",
           [](zyra::Response& r, bool reflections, const std::string& interference, bool noise,
