@@ -39,7 +39,9 @@
 
 // Energy-time evaluation
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/calc/energy_time_process.h"
+#include "zyra/calc/energy_time_response.h"
 #include "zyra/calc/room_parameters.h"
 #include "zyra/calc/schroeder_parameters.h"
 #include "zyra/calc/speech_transmission.h"
@@ -51,5 +53,6 @@
 #include "zyra/facade/model_tables.h"
 #include "zyra/facade/response.h"
 #include "zyra/facade/response_error.h"
+#include "zyra/facade/text_forms.h"
 
 #endif  // ZYRA_ZYRA_H_

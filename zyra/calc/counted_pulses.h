@@ -41,8 +41,9 @@ struct CCountedPulses {
   static CCountedPulses Gather(const CProbeRspClass& cRspFile, const Options& options);
 };
 
-// A pulse's energy by level for every level a pulse can hold: exactly what GetEnergyForCalc
-// gives for that level (0 for levels <= 0 are not in the table: index by positive levels only).
+// A pulse's energy by level, element L for level L (0.01 dB) 0..32767: exactly what
+// GetEnergyForCalc gives for that level, computed once, so that loops over pulses need no
+// power. Read it through CountedEnergy, which handles levels <= 0.
 const std::vector<double>& EnergyByLevel();
 
 // The energy of a pulse with level iLevel (0.01 dB), as GetEnergyForCalc gives it; 0 for

@@ -153,86 +153,83 @@ const CBandTail& CEnergyTimeResponse::Tail(int32_t iTerz1) const {
 
 void CEnergyTimeResponse::SumOctave(int32_t iOctave, COctaveSums& sums) const {
   if (iOctave < 1 || iOctave > 7) RaiseError(kErrSubscript);
-  sums.iOctave = iOctave;
-  for (std::vector<double>& moment : sums.daMoment) moment.assign(GroupCount(), 0.0);
-  for (int32_t j = 0; j < 3; ++j) {
-    SumBand(3 * iOctave - 2 + j, sums.bands[static_cast<size_t>(j)], sums.daMoment, j == 0);
-  }
-}
-
-void CEnergyTimeResponse::SumBand(int32_t iTerz1, CBandSums& sums,
-                                  std::array<std::vector<double>, 4>& moments,
-                                  bool bFirstOfOctave) const {
+  constexpr size_t kMoments = COctaveSums::kMomentCount;
   const std::vector<double>& energyByLevel = EnergyByLevel();
-  const int16_t* levels = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
   const double* times = daTime_.data();
   const size_t nGroups = GroupCount();
 
-  sums = CBandSums{iTerz1,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   0.0,
-                   std::numeric_limits<double>::infinity(),
-                   std::move(sums.daGroupEnergy)};
-  sums.daGroupEnergy.resize(nGroups);
-  double* m0s = moments[0].data();
-  double* m1s = moments[1].data();
-  double* m2s = moments[2].data();
-  double* m3s = moments[3].data();
-  size_t gFirst = nGroups;
+  // One pass over the arrivals for the three bands together: each band needs the energy and
+  // its first moment per group, the octave all moments of the summed energy.
+  sums.iOctave = iOctave;
+  std::array<const int16_t*, 3> levels{};
+  for (size_t j = 0; j < 3; ++j) {
+    const auto iTerz1 = static_cast<int32_t>(3 * iOctave - 2 + static_cast<int32_t>(j));
+    levels[j] = iaLevel_.data() + static_cast<size_t>(iTerz1 - 1) * Count();
+    CBandSums& band = sums.bands[j];
+    band = CBandSums{iTerz1,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     0.0,
+                     std::numeric_limits<double>::infinity(),
+                     std::move(band.daGroupEnergy)};
+    band.daGroupEnergy.resize(nGroups);
+  }
+  for (std::vector<double>& moment : sums.daMoment) moment.resize(nGroups);
+
   for (size_t g = 0; g < nGroups; ++g) {
     const double c = GroupCentre(g);
-    double m0 = 0.0, m1 = 0.0, m2 = 0.0, m3 = 0.0;
+    const size_t begin = laGroupBegin_[g];
     const size_t end = laGroupBegin_[g + 1];
-    for (size_t i = laGroupBegin_[g]; i < end; ++i) {
-      const double e = CountedEnergy(energyByLevel, levels[i]);
+    std::array<double, 3> e0{}, e1{};
+    std::array<double, kMoments> m{};
+    for (size_t i = begin; i < end; ++i) {
       const double d = times[i] - c;
-      const double ed = e * d;
-      const double ed2 = ed * d;
-      m0 += e;
-      m1 += ed;
-      m2 += ed2;
-      m3 += ed2 * d;
+      double term = 0.0;
+      for (size_t j = 0; j < 3; ++j) {
+        const double e = CountedEnergy(energyByLevel, levels[j][i]);
+        e0[j] += e;
+        e1[j] += e * d;
+        term += e;
+      }
+      for (size_t p = 0; p < kMoments; ++p) {
+        m[p] += term;
+        term *= d;
+      }
     }
+    for (size_t p = 0; p < kMoments; ++p) sums.daMoment[p][g] = m[p];
+
     const int32_t sample = laGroupSample_[g];
-    if (sample >= kLateralFirstSample && sample < kEarlyEndSample) {
-      for (size_t i = laGroupBegin_[g]; i < end; ++i) {
-        const double e = CountedEnergy(energyByLevel, levels[i]);
+    const bool bLateral = sample >= kLateralFirstSample && sample < kEarlyEndSample;
+    for (size_t j = 0; j < 3; ++j) {
+      CBandSums& band = sums.bands[j];
+      band.daGroupEnergy[g] = e0[j];
+      band.dEnergy += e0[j];
+      band.dEnergyTime += c * e0[j] + e1[j];
+      if (sample < kEarlyEndSample) band.dEBefore80 += e0[j];
+      if (e0[j] > 0.0 && band.tFirstEnergy == std::numeric_limits<double>::infinity()) {
+        for (size_t i = begin; i < end; ++i) {
+          if (levels[j][i] > 0) {
+            band.tFirstEnergy = times[i];
+            break;
+          }
+        }
+      }
+      if (!bLateral) continue;
+      for (size_t i = begin; i < end; ++i) {
+        const double e = CountedEnergy(energyByLevel, levels[j][i]);
         const double u = daLateral_[i];
-        sums.dELateral2 += e * u * u;
-        sums.dELateral1 += e * std::abs(u);
-      }
-    }
-    if (sample < kEarlyEndSample) sums.dEBefore80 += m0;
-    if (gFirst == nGroups && m0 > 0.0) gFirst = g;
-    sums.dEnergy += m0;
-    sums.dEnergyTime += c * m0 + m1;
-    sums.daGroupEnergy[g] = m0;
-    if (bFirstOfOctave) {
-      m0s[g] = m0;
-      m1s[g] = m1;
-      m2s[g] = m2;
-      m3s[g] = m3;
-    } else {
-      m0s[g] += m0;
-      m1s[g] += m1;
-      m2s[g] += m2;
-      m3s[g] += m3;
-    }
-  }
-  if (gFirst < nGroups) {
-    for (size_t i = laGroupBegin_[gFirst]; i < laGroupBegin_[gFirst + 1]; ++i) {
-      if (CountedEnergy(energyByLevel, levels[i]) > 0.0) {
-        sums.tFirstEnergy = times[i];
-        break;
+        band.dELateral2 += e * u * u;
+        band.dELateral1 += e * std::abs(u);
       }
     }
   }
-  for (size_t i = nPlaced_; i < Count(); ++i) {
-    sums.dETimeless += CountedEnergy(energyByLevel, levels[i]);
+  for (size_t j = 0; j < 3; ++j) {
+    for (size_t i = nPlaced_; i < Count(); ++i) {
+      sums.bands[j].dETimeless += CountedEnergy(energyByLevel, levels[j][i]);
+    }
   }
 }
 
@@ -260,10 +257,17 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     daOmega[f] = 2.0 * std::numbers::pi * daFrequency[f] / 1000.0;
     step[f] = std::polar(1.0, -daOmega[f] / 10.0);
   }
-  const double* m0 = sums.daMoment[0].data();
-  const double* m1 = sums.daMoment[1].data();
-  const double* m2 = sums.daMoment[2].data();
-  const double* m3 = sums.daMoment[3].data();
+  // e^(-j W d) = sum over p of (-j W d)^p / p!, to the fifth power: |W d| <= 0.004 within a
+  // group.
+  std::array<std::array<Complex, COctaveSums::kMomentCount>, kMaxFrequencies> coefficient{};
+  for (size_t f = 0; f < nF; ++f) {
+    Complex c(1.0, 0.0);
+    for (size_t p = 0; p < COctaveSums::kMomentCount; ++p) {
+      coefficient[f][p] = c;
+      c *= Complex(0.0, -daOmega[f]) / static_cast<double>(p + 1);
+    }
+  }
+  const std::vector<double>& m0 = sums.daMoment[0];
   bool bHasPhasor = false;
   int32_t lPhasorSample = 0;
   int32_t nSteps = 0;
@@ -271,7 +275,10 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     if (m0[g] == 0.0) continue;
     const int32_t sample = laGroupSample_[g];
     if (bHasPhasor && sample == lPhasorSample + 1 && nSteps < kReanchorSteps) {
-      for (size_t f = 0; f < nF; ++f) phasor[f] *= step[f];
+      for (size_t f = 0; f < nF; ++f) {
+        phasor[f] = Complex(phasor[f].real() * step[f].real() - phasor[f].imag() * step[f].imag(),
+                            phasor[f].real() * step[f].imag() + phasor[f].imag() * step[f].real());
+      }
       ++nSteps;
     } else {
       const double c = GroupCentre(g);
@@ -280,12 +287,16 @@ void CEnergyTimeResponse::OctaveModulation(const COctaveSums& sums,
     }
     bHasPhasor = true;
     lPhasorSample = sample;
-    // e^(-j W d) to the third power of W d, |W d| <= 0.004 within a group.
+    // Written out, since the library's complex product guards against infinities on every
+    // call.
     for (size_t f = 0; f < nF; ++f) {
-      const double w = daOmega[f];
-      const double w2 = w * w;
-      const Complex term(m0[g] - 0.5 * w2 * m2[g], w * (w2 * m3[g] / 6.0 - m1[g]));
-      acc[f] += phasor[f] * term;
+      double re = 0.0, im = 0.0;
+      for (size_t p = 0; p < COctaveSums::kMomentCount; ++p) {
+        re += coefficient[f][p].real() * sums.daMoment[p][g];
+        im += coefficient[f][p].imag() * sums.daMoment[p][g];
+      }
+      acc[f] += Complex(phasor[f].real() * re - phasor[f].imag() * im,
+                        phasor[f].real() * im + phasor[f].imag() * re);
     }
   }
   for (const CBandSums& band : sums.bands) {

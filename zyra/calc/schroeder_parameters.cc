@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 #include <limits>
+#include <numbers>
 
 #include "zyra/support/errors.h"
 
@@ -15,30 +16,48 @@ constexpr double kSamplesPerSecond = 10000.0;
 constexpr double kStopLevelAtMost = -35.0;  // dB
 constexpr double kThinLevelStep = 0.1;      // dB between two points of a thinned curve
 constexpr int64_t kThinTimeStep = 100;      // samples (10 ms)
+constexpr double kDecibelsPerNeper = 10.0 / std::numbers::ln10;  // 10 lg x = this * ln x
 
 // The running least-squares sums of one fit range over samples of constant spacing. A run of
-// samples at one level adds in constant time, so flat stretches of a staircase cost nothing.
+// samples at one level, or on one straight line, adds in constant time, so that the flat
+// stretches of a staircase and the straight end of a single tail cost nothing.
 class FitSums {
  public:
   FitSums(double dUpper, double dLower) : dUpper_(dUpper), dLower_(dLower) {}
 
+  // Samples nFirst..nLast at dLevel.
   void AddRun(int64_t nFirst, int64_t nLast, double dLevel) {
     if (!std::isfinite(dLevel)) return;
     if (dLevel <= dLower_) bReachedLower_ = true;
     if (!(dLevel <= dUpper_ && dLevel >= dLower_)) return;
-    if (nCount_ == 0) nOrigin_ = nFirst;
+    if (nCount_ == 0.0) nOrigin_ = nFirst;
     nLast_ = nLast;
     const auto a = static_cast<double>(nFirst - nOrigin_);
-    const auto r = static_cast<double>(nLast - nFirst + 1);
-    // Sums over j = a .. a + r - 1 of j and j^2, free of the cancellation of differences of
-    // sums from 0.
-    const double sj = r * a + r * (r - 1.0) / 2.0;
-    const double sjj = r * a * a + a * r * (r - 1.0) + (r - 1.0) * r * (2.0 * r - 1.0) / 6.0;
-    nCount_ += r;
-    dSumJ_ += sj;
-    dSumJJ_ += sjj;
-    dSumL_ += r * dLevel;
-    dSumJL_ += sj * dLevel;
+    if (nFirst == nLast) {  // the common case in a decaying tail
+      nCount_ += 1.0;
+      dSumJ_ += a;
+      dSumJJ_ += a * a;
+      dSumL_ += dLevel;
+      dSumJL_ += a * dLevel;
+      return;
+    }
+    AddSums(a, static_cast<double>(nLast - nFirst + 1), dLevel, 0.0);
+  }
+
+  // Samples nFirst..nLast on the line dLevel + dStep (n - nFirst), dStep < 0.
+  void AddLine(int64_t nFirst, int64_t nLast, double dLevel, double dStep) {
+    const double dLast = dLevel + dStep * static_cast<double>(nLast - nFirst);
+    if (std::isfinite(dLast) && dLast <= dLower_) bReachedLower_ = true;
+    // The samples within [upper, lower]: nFirst + iFirst .. nFirst + iLast.
+    const double iFirst = std::max(0.0, std::ceil((dUpper_ - dLevel) / dStep));
+    const double iLast =
+        std::min(static_cast<double>(nLast - nFirst), std::floor((dLower_ - dLevel) / dStep));
+    if (!(iFirst <= iLast)) return;
+    const int64_t nFrom = nFirst + static_cast<int64_t>(iFirst);
+    if (nCount_ == 0.0) nOrigin_ = nFrom;
+    nLast_ = nFirst + static_cast<int64_t>(iLast);
+    AddSums(static_cast<double>(nFrom - nOrigin_), iLast - iFirst + 1.0, dLevel + dStep * iFirst,
+            dStep);
   }
 
   CDecayFit Result() const {
@@ -60,6 +79,19 @@ class FitSums {
   }
 
  private:
+  // r samples at j = a + i (j counted from the first sample in range) with levels
+  // dLevel + dStep i, i = 0 .. r - 1. The sums over i come in closed form, free of the
+  // cancellation of differences of sums from 0.
+  void AddSums(double a, double r, double dLevel, double dStep) {
+    const double s1 = r * (r - 1.0) / 2.0;                    // sum of i
+    const double s2 = (r - 1.0) * r * (2.0 * r - 1.0) / 6.0;  // sum of i^2
+    nCount_ += r;
+    dSumJ_ += r * a + s1;
+    dSumJJ_ += r * a * a + 2.0 * a * s1 + s2;
+    dSumL_ += r * dLevel + dStep * s1;
+    dSumJL_ += a * r * dLevel + a * dStep * s1 + dLevel * s1 + dStep * s2;
+  }
+
   double dUpper_;
   double dLower_;
   bool bReachedLower_ = false;
@@ -78,6 +110,7 @@ class CurveThinner {
  public:
   explicit CurveThinner(CDecayCurve& curve) : curve_(curve) {}
 
+  // Samples nFirst..nLast at dLevel.
   void AddRun(int64_t nFirst, int64_t nLast, double dLevel) {
     const bool bStep = bHasPrevious_ && !(std::abs(dLevel - dPreviousLevel_) < kThinLevelStep);
     if (curve_.daTime.empty() || bStep || !(std::abs(dLevel - dKeptLevel_) < kThinLevelStep) ||
@@ -88,6 +121,18 @@ class CurveThinner {
     bHasPrevious_ = true;
     nPrevious_ = nLast;
     dPreviousLevel_ = dLevel;
+  }
+  // Samples nFirst..nLast on the line dLevel + dStep (n - nFirst), dStep < 0: a point every
+  // 0.1 dB, or every 10 ms where it falls slower.
+  void AddLine(int64_t nFirst, int64_t nLast, double dLevel, double dStep) {
+    AddRun(nFirst, nFirst, dLevel);
+    const auto nStride = static_cast<int64_t>(
+        std::clamp(std::floor(kThinLevelStep / -dStep), 1.0, static_cast<double>(kThinTimeStep)));
+    for (int64_t n = nKept_ + nStride; n < nLast; n += nStride) {
+      Keep(n, dLevel + dStep * static_cast<double>(n - nFirst));
+    }
+    nPrevious_ = nLast;
+    dPreviousLevel_ = dLevel + dStep * static_cast<double>(nLast - nFirst);
   }
   void Finish() {
     if (bHasPrevious_ && nPrevious_ != nKept_) Keep(nPrevious_, dPreviousLevel_);
@@ -153,6 +198,12 @@ void CSchroederParameters::SampleDecay(const CEnergyTimeResponse& cResponse,
   std::array<double, 3> daTailStep{};
   bool bTailMoving = false;
 
+  // Tails that all decay at one rate: once no arrival is left, the level falls on a straight
+  // line, which is added in one step.
+  bool bOneRate = input.nTails > 0;
+  for (size_t j = 1; j < input.nTails; ++j) {
+    bOneRate = bOneRate && input.tails[j]->dK == input.tails[0]->dK;
+  }
   CurveThinner thinner(decay.curve);
   auto n = static_cast<int64_t>(std::ceil(10.0 * input.t0));
   size_t p = 0;
@@ -177,9 +228,22 @@ void CSchroederParameters::SampleDecay(const CEnergyTimeResponse& cResponse,
       for (size_t j = 0; j < input.nTails; ++j) dTail += daTailNow[j];
     }
     const double dEDC = daSuffix[p] + dTail;
-    const double dLevel = dEDC > 0.0 ? std::min(0.0, 10.0 * std::log10(dEDC / dEtot))
+    const double dLevel = dEDC > 0.0 ? std::min(0.0, kDecibelsPerNeper * std::log(dEDC / dEtot))
                                      : -std::numeric_limits<double>::infinity();
     const bool bStop = dLevel < dStopLevel;
+    if (bTailMoving && bOneRate && p == nGroups && !bStop && std::isfinite(dLevel)) {
+      const double dStep = -kDecibelsPerNeper * input.tails[0]->dK / 10.0;  // dB per sample
+      if (dStep < 0.0) {
+        // The first sample below the stop level, or the last one sampled.
+        const double dBelow = std::floor((dStopLevel - dLevel) / dStep) + 1.0;
+        const int64_t nLast = dBelow < static_cast<double>(kLastSample - n)
+                                  ? n + static_cast<int64_t>(dBelow)
+                                  : kLastSample;
+        for (FitSums& fit : fits) fit.AddLine(n, nLast, dLevel, dStep);
+        thinner.AddLine(n, nLast, dLevel, dStep);
+        break;
+      }
+    }
     if (bStop) nEnd = n;
     for (FitSums& fit : fits) fit.AddRun(n, nEnd, dLevel);
     thinner.AddRun(n, nEnd, dLevel);

@@ -13,13 +13,20 @@ std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
 }
 
-ResponseError ReadError(const std::string& sFilePath, const ReadOutcome& read) {
+// Where in the file the reader stopped. The reader reports only a result and a message, so
+// the location stays unknown; a block walk that places the stop fills it here.
+std::optional<FileLocation> ReadStopLocation(const CProbeRspClass& /*cFile*/) {
+  return std::nullopt;
+}
+
+ResponseError ReadError(const std::string& sFilePath, const ReadOutcome& read,
+                        const CProbeRspClass& cFile) {
   const bool bFailed = IsFailedRead(read);
   ResponseError error(sFilePath,
                       bFailed ? ResponseFault::kNotAResponse : ResponseFault::kReadStopped,
                       (bFailed ? "not a usable response file: " : "reading stopped early: ") +
                           MessageLine(read.sMessage),
-                      ReadErrorOf(read));
+                      ReadErrorOf(read), ReadStopLocation(cFile));
   error.SetRead(read);
   return error;
 }
@@ -50,8 +57,9 @@ Response Response::Open(const std::string& sFilePath, const OpenOptions& options
         read.nRaysPerLspk, read.fCutOffTime, read.sMessage, options.cBusy,
         options.bIgnoreInActivePulses, options.cReadLogger);
   }
-  if (IsFailedRead(response.read_)) throw ReadError(sFilePath, response.read_);
-  if (options.bPrepare && IsCleanRead(response.read_)) {
+  if (IsFailedRead(response.read_)) throw ReadError(sFilePath, response.read_, *response.model_);
+  // A damaged read kept on request is prepared too, so that its outcome can be shown.
+  if (options.bPrepare && (IsCleanRead(response.read_) || options.bKeepDamaged)) {
     InitOutcome& init = response.init_.emplace();
     try {
       init.lResult =
@@ -68,7 +76,7 @@ Response Response::Open(const std::string& sFilePath, const OpenOptions& options
 }
 
 std::optional<ResponseError> Response::DamageError() const {
-  if (!IsCleanRead(read_)) return ReadError(sFilePath_, read_);
+  if (!IsCleanRead(read_)) return ReadError(sFilePath_, read_, *model_);
   if (!init_) return std::nullopt;
   if (init_->error) {
     return ResponseError(sFilePath_, ResponseFault::kPreparation,
@@ -90,6 +98,10 @@ bool Response::IsEmpty() const {
 
 Evaluation Response::Evaluate(const EvaluateOptions& options) {
   if (auto error = DamageError()) throw *error;
+  if (!init_) {
+    throw ResponseError(sFilePath_, ResponseFault::kPreparation,
+                        "not prepared: a response is evaluated after its preparation");
+  }
   if (IsEmpty()) {
     throw ResponseError(sFilePath_, ResponseFault::kEmpty,
                         "holds no pulses: there is nothing to evaluate");

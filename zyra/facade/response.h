@@ -1,7 +1,7 @@
 // A response file in one call: read, judged and prepared as a host does it, then evaluated
 // with named options into plain values. Every failure is a ResponseError naming the file.
 //
-//   const zyra::Response response = zyra::Response::Open("seat-12.rsp");
+//   zyra::Response response = zyra::Response::Open("seat-12.rsp");
 //   std::cout << response.Evaluate().C80_dB(1000) << " dB\n";
 #ifndef ZYRA_FACADE_RESPONSE_H_
 #define ZYRA_FACADE_RESPONSE_H_
@@ -69,7 +69,8 @@ class Response {
   // Calculate with a new results object, then Alcons over 0 ... 50 ms in the three Alcons
   // bands. Raises ResponseError: kEmpty for a response without pulses (Calculate would answer
   // with results that hold nothing), kReadStopped or kPreparation for a damaged response kept
-  // by bKeepDamaged, kEvaluation for a run-time error, kCancelled. The model's tail block gets
+  // by bKeepDamaged or one opened without preparation, kEvaluation for a run-time error,
+  // kCancelled. The model's tail block gets
   // its tSplit clamped to 7 ... 50 ms, as Calculate does; so Evaluate is not const, and one
   // Response serves one thread at a time.
   Evaluation Evaluate(const EvaluateOptions& options = {});

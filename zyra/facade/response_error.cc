@@ -19,7 +19,8 @@ std::string WithLocation(const std::string& sProblem, const std::optional<FileLo
 }  // namespace
 
 ResponseError::ResponseError(std::string sFilePath, ResponseFault eFault, std::string sProblem,
-                             std::optional<ErrorInfo> error, std::optional<FileLocation> location)
+                             const std::optional<ErrorInfo>& error,
+                             std::optional<FileLocation> location)
     : RuntimeError(Base(sProblem, error)),
       sLine_(sFilePath + ": " + WithLocation(sProblem, location)),
       sFilePath_(std::move(sFilePath)),

@@ -37,7 +37,7 @@ struct FileLocation {
 class ResponseError : public RuntimeError {
  public:
   ResponseError(std::string sFilePath, ResponseFault eFault, std::string sProblem,
-                std::optional<ErrorInfo> error = std::nullopt,
+                const std::optional<ErrorInfo>& error = std::nullopt,
                 std::optional<FileLocation> location = std::nullopt);
 
   // "FILE: problem", with " (block \"PULS\" at byte 1234)" where the location is known.

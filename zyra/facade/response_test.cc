@@ -53,7 +53,7 @@ class FacadeTest : public ::testing::Test {
     return WriteBytes(sName, stream.GetBytes());
   }
   static std::string WriteBytes(const std::string& sName, const std::vector<uint8_t>& bytes) {
-    const std::string path = folder_ / sName;
+    std::string path = folder_ / sName;
     std::ofstream(path, std::ios::binary)
         .write(reinterpret_cast<const char*>(bytes.data()),
                static_cast<std::streamsize>(bytes.size()));
@@ -185,8 +185,15 @@ TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
       EXPECT_EQ(error.Read().has_value(), row.fault == ResponseFault::kNotAResponse);
     }
   }
-  // Without preparation there is no preparation outcome.
-  EXPECT_FALSE(Response::Open(good, {.bPrepare = false}).Init().has_value());
+  // Without preparation there is no preparation outcome, and nothing to evaluate.
+  Response raw = Response::Open(good, {.bPrepare = false});
+  EXPECT_FALSE(raw.Init().has_value());
+  try {
+    raw.Evaluate();
+    ADD_FAILURE() << "evaluated without preparation";
+  } catch (const ResponseError& error) {
+    EXPECT_EQ(error.Fault(), ResponseFault::kPreparation);
+  }
 }
 
 TEST_F(FacadeTest, ModelTablesInOrderWithUtf8Labels) {

@@ -1,0 +1,167 @@
+// The parameter set against closed forms (a tail alone, a single arrival, arrivals from the
+// side) and on responses that lack what the parameters need.
+#include "zyra/calc/room_parameters.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <functional>
+
+#include "tests/response_builder.h"
+#include "tests/test_support.h"
+
+namespace zyra {
+namespace {
+
+using testing::ResponseBuilder;
+
+CParameterSet Evaluate(ResponseBuilder& f, bool bMasking = false, bool bWithNoise = false) {
+  const auto r = f.Evaluate(true);
+  CParameterOptions options;
+  options.bMasking = bMasking;
+  options.bWithNoise = bWithNoise;
+  return CalculateParameters(f.file, *r, options);
+}
+
+TEST(RoomParametersTest, TailAloneIsTheStatisticalRoom) {
+  for (const float fRT : {0.4F, 1.2F, 3.0F}) {
+    ResponseBuilder f;  // a direct sound without energy: only the tail sounds
+    f.Room(1500.0F, fRT);
+    const CParameterSet set = Evaluate(f);
+    // Its modulation transfer is the statistical one, |k / (k + j W)|.
+    for (size_t k = 0; k < kOctaveCount; ++k) {
+      for (size_t iF = 0; iF < kModulationCount; ++iF) {
+        EXPECT_NEAR(set.mtf[k][iF], set.mtf_statistic[k][iF], 1e-12) << k << " " << iF;
+      }
+    }
+    EXPECT_NEAR(set.STI, set.STI_statistic, 1e-12);
+    EXPECT_FALSE(set.STI_rating.empty());
+    // Ts of an exponential counted from tHall = sqrt(V) ms (later than tDiff): tHall + 1/k.
+    const double ts = std::sqrt(1500.0) + 1000.0 * fRT / 13.815510557964274;
+    EXPECT_NEAR(set.Ts[11], ts, 1e-9 * ts);
+    EXPECT_NEAR(set.oTs[3], ts, 1e-9 * ts);
+    // A diffuse field all after 5 ms: u_y^2 averages 1/3, |u_y| 1/2.
+    EXPECT_NEAR(set.JLF[5], 1.0 / 3.0, 1e-12);
+    EXPECT_NEAR(set.JLFC_single, 0.5, 1e-12);
+    EXPECT_NEAR(set.T30_single, fRT, 1e-9 * fRT);
+    EXPECT_NEAR(set.EDT[21], fRT, 1e-9 * fRT);
+  }
+}
+
+TEST(RoomParametersTest, SingleArrivalIsFullyModulated) {
+  ResponseBuilder f(4000);  // the direct sound alone at 40 dB, no tail
+  const CParameterSet set = Evaluate(f);
+  for (const auto& octave : set.mtf) {
+    for (const double m : octave) EXPECT_NEAR(m, 1.0, 1e-12);
+  }
+  EXPECT_NEAR(set.STI, 1.0, 1e-12);
+  EXPECT_NEAR(set.STIPA, 1.0, 1e-12);
+  EXPECT_EQ(set.STI_rating, "A+");
+  EXPECT_NEAR(set.Ts_single, 0.0, 1e-12);
+  EXPECT_EQ(set.JLF_single, 0.0);
+  EXPECT_TRUE(std::isnan(set.C50_single));  // nothing late
+  EXPECT_TRUE(std::isnan(set.EDT_single));  // one step: no decay to fit
+  // Masking and the threshold take their share of the modulation.
+  const CParameterSet masked = Evaluate(f, true);
+  EXPECT_LT(masked.mtf[0][0], 1.0);
+  EXPECT_LT(masked.STI, set.STI);
+}
+
+TEST(RoomParametersTest, LateralFractionIsTheShareOfSideEnergy) {
+  struct Row {
+    int16_t iHor, iVer;
+    double dCos2, dCos1;  // u_y^2 and |u_y| of the side arrivals
+  };
+  const Row rows[] = {{90, 0, 1.0, 1.0},
+                      {-90, 0, 1.0, 1.0},
+                      {30, 0, 0.25, 0.5},
+                      {90, 60, 0.25, 0.5},
+                      {0, 45, 0.0, 0.0}};
+  for (const Row& row : rows) {
+    ResponseBuilder f(6000);  // frontal direct sound, E = 10^6
+    for (const float t : {10.0F, 20.0F, 40.0F, 70.0F}) f.Add(1, t, 5000, row.iHor, row.iVer);
+    f.Add(1, 3.0F, 5000, 90, 0);    // too early to count as lateral, counted below
+    f.Add(1, 100.0F, 5000, 90, 0);  // too late for either
+    const CParameterSet set = Evaluate(f);
+    const double share = 4e5 / (1e6 + 5e5);
+    EXPECT_NEAR(set.JLF[11], row.dCos2 * share, 1e-12) << row.iHor << " " << row.iVer;
+    EXPECT_NEAR(set.oJLFC[3], row.dCos1 * share, 1e-12);
+    EXPECT_NEAR(set.JLF_single, row.dCos2 * share, 1e-12);
+  }
+}
+
+TEST(RoomParametersTest, MissingDataGivesNaNNeverAnError) {
+  struct Row {
+    const char* sName;
+    std::function<void(ResponseBuilder&)> make;
+    std::function<void(const CParameterSet&)> check;
+  };
+  const auto Room = [](ResponseBuilder& f) { f.Room(900.0F, 1.0F); };
+  const Row rows[] = {
+      {"no energy", [](ResponseBuilder&) {},
+       [](const CParameterSet& s) {
+         EXPECT_TRUE(std::isnan(s.STI));
+         EXPECT_EQ(s.STI_rating, "");
+         EXPECT_TRUE(std::isnan(s.Alcons_STI));
+         EXPECT_TRUE(std::isnan(s.oTs[3]));
+         EXPECT_TRUE(std::isnan(s.T30[11]));
+         EXPECT_EQ(s.SchrEtot[11], 0.0);
+       }},
+      {"RT 0", [](ResponseBuilder& f) { f.Room(900.0F, 0.0F); },
+       [](const CParameterSet& s) {
+         EXPECT_TRUE(std::isnan(s.T20_single));
+         EXPECT_EQ(s.mtf_statistic[2][5], 0.0);  // statistical m = 1, no energy through masking
+       }},
+      {"RT negative", [](ResponseBuilder& f) { f.Room(900.0F, -1.0F); },
+       [](const CParameterSet& s) { EXPECT_TRUE(std::isnan(s.EDT[4])); }},
+      {"no power", [](ResponseBuilder& f) { f.Room(900.0F, 1.0F, 0.0F); },
+       [](const CParameterSet& s) {
+         EXPECT_TRUE(std::isnan(s.G[3]));
+         EXPECT_TRUE(std::isnan(s.G_single));
+       }},
+      {"NaN room data",
+       [](ResponseBuilder& f) {
+         f.Room(NAN, NAN, NAN);
+         f.file.ETC()->SetNoise(5, NAN);
+       },
+       [](const CParameterSet& s) {
+         EXPECT_TRUE(std::isnan(s.G[3]));
+         EXPECT_TRUE(std::isnan(s.mtf_statistic[1][0]));  // noise of band 5 in octave 2
+       }},
+      {"NaN arrival",
+       [Room](ResponseBuilder& f) {
+         Room(f);
+         f.Add(1, NAN, 5000);
+       },
+       [](const CParameterSet& s) {
+         EXPECT_TRUE(std::isnan(s.oT30[3]));
+         EXPECT_TRUE(std::isnan(s.Ts[11]));
+         EXPECT_FALSE(std::isnan(s.oC80[3]));  // the windows of the results still exist
+       }},
+  };
+  for (const Row& row : rows) {
+    SCOPED_TRACE(row.sName);
+    ResponseBuilder f;
+    row.make(f);
+    CParameterSet set;
+    EXPECT_NO_THROW(set = Evaluate(f, true, true));
+    row.check(set);
+  }
+  // A response without pulses, and results Calculate left untouched.
+  const CProbeRspClass empty;
+  const CParameterSet set = CalculateParameters(empty, CCalcResults(), CParameterOptions());
+  EXPECT_TRUE(std::isnan(set.STI));
+  EXPECT_TRUE(std::isnan(set.EDT[11]));
+}
+
+TEST(RoomParametersTest, RefusesFitLimitsThatAreNoRange) {
+  ResponseBuilder f;
+  const auto r = f.Evaluate(true);
+  CParameterOptions options;
+  options.dSchroederT1 = -20.0;
+  options.dSchroederT2 = -10.0;
+  EXPECT_EQ(testing::ErrorNumberOf([&] { CalculateParameters(f.file, *r, options); }), 5);
+}
+
+}  // namespace
+}  // namespace zyra
