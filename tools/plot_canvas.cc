@@ -122,32 +122,33 @@ void PlotCanvas::Legend(double right, double y, const std::vector<LegendEntry>& 
   const TextStyle style{.dSize = 11.0};
   double x = right;
   // From the last entry leftwards, so that the row ends exactly at `right`.
-  for (auto entry = entries.rbegin(); entry != entries.rend(); ++entry) {
-    const Box label = Measure(x, y, entry->sLabel, {.dSize = 11.0, .eAnchor = Anchor::kEnd});
+  for (std::size_t i = entries.size(); i-- > 0;) {
+    const LegendEntry& entry = entries[i];
+    const Box label = Measure(x, y, entry.sLabel, {.dSize = 11.0, .eAnchor = Anchor::kEnd});
     const double sample = label.x0 - kSampleGap - kSampleWidth;
     const double mid = y - 4.0;
-    switch (entry->eSample) {
+    switch (entry.eSample) {
       case LegendEntry::Sample::kLine:
-        Line(sample, mid, sample + kSampleWidth, mid, entry->colour, 2.0);
+        Line(sample, mid, sample + kSampleWidth, mid, entry.colour, 2.0);
         break;
       case LegendEntry::Sample::kDashedLine:
-        Line(sample, mid, sample + kSampleWidth, mid, entry->colour, 1.4, true);
+        Line(sample, mid, sample + kSampleWidth, mid, entry.colour, 1.4, true);
         break;
       case LegendEntry::Sample::kArea:
-        FillRect({sample, mid - 5.0, sample + kSampleWidth, mid + 5.0}, entry->colour, 0.35);
-        Line(sample, mid - 5.0, sample + kSampleWidth, mid - 5.0, entry->colour, 1.2);
+        FillRect({sample, mid - 5.0, sample + kSampleWidth, mid + 5.0}, entry.colour, 0.35);
+        Line(sample, mid - 5.0, sample + kSampleWidth, mid - 5.0, entry.colour, 1.2);
         break;
       case LegendEntry::Sample::kDot:
         Line(sample + kSampleWidth / 2.0, mid + 6.0, sample + kSampleWidth / 2.0, mid - 4.0,
-             entry->colour, 2.0);
+             entry.colour, 2.0);
         cairo_save(cr_);
-        SetColour(cr_, entry->colour);
+        SetColour(cr_, entry.colour);
         cairo_arc(cr_, sample + kSampleWidth / 2.0, mid - 4.0, 3.0, 0.0, 2.0 * std::numbers::pi);
         cairo_fill(cr_);
         cairo_restore(cr_);
         break;
     }
-    Text(label.x0, y, entry->sLabel, style);
+    Text(label.x0, y, entry.sLabel, style);
     x = sample - kEntryGap;
   }
 }
