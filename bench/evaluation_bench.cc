@@ -6,7 +6,7 @@
 #include <memory>
 #include <random>
 
-#include "tests/interference_reference.h"
+#include "testing/interference_reference.h"
 #include "zyra/calc/energy_time_process.h"
 
 namespace zyra {

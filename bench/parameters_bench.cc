@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/synth.h"
+#include "testing/synthetic_response.h"
 #include "zyra/calc/energy_time_process.h"
 #include "zyra/calc/room_parameters.h"
 #include "zyra/rsp/host_sequence.h"
@@ -20,12 +20,12 @@ namespace {
 // arrival), with room data that give every band a tail of 1.2 .. 2.4 s.
 std::unique_ptr<CProbeRspClass> MakePreparedFile(int32_t nPulses) {
   auto file = std::make_unique<CProbeRspClass>();
-  SynthOptions options;
+  testing::SynthOptions options;
   options.nPulses = nPulses;
   options.nSpeakers = 64;
   options.nSeed = 20240601;
   options.nGroups = 2;
-  SynthesizeSystemResponse(*file->Rsp(), options);
+  testing::SynthesizeSystemResponse(*file->Rsp(), options);
   std::string sMessage;
   PrepareResponseAfterRead(*file, false, true, sMessage, nullptr);
   CETCInfoClass& etc = *file->ETC();

@@ -2,7 +2,6 @@
 // reading the same bytes into memory and nothing else. The "ratio" counter of the combined
 // benchmark is the whole read's time over the plain byte read's time in the same iteration.
 #include <benchmark/benchmark.h>
-#include <unistd.h>
 
 #include <chrono>
 #include <filesystem>
@@ -11,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "testing/temp_folder.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra {
@@ -23,10 +23,7 @@ constexpr int32_t kSpeakers = 16;
 // every info block, saved with SaveRSPFile into the temporary folder.
 class ResponseFileOnDisk {
  public:
-  ResponseFileOnDisk()
-      : folder_(std::filesystem::temp_directory_path().string() + "/zyra-bench-" +
-                std::to_string(::getpid()) + "/") {
-    std::filesystem::create_directories(folder_);
+  ResponseFileOnDisk() {
     CProbeRspClass rsp;
     rsp.InfoText()->SetSourceText("benchmark response");
     CSystemResponse& sys = *rsp.Rsp();
@@ -48,21 +45,15 @@ class ResponseFileOnDisk {
     rsp.ObstInfo()->SetCount(3);
     rsp.Pred()->SetRaysPerLspk(1000);
     rsp.Pred()->SetLength1(2000.0F);
-    rsp.SaveRSPFile(folder_, kName, "bench", 0, 1000, 2000.0F);
+    rsp.SaveRSPFile(folder_.Slashed(), kName, "bench", 0, 1000, 2000.0F);
   }
-  ~ResponseFileOnDisk() {
-    std::error_code ignored;
-    std::filesystem::remove_all(folder_, ignored);
-  }
-  ResponseFileOnDisk(const ResponseFileOnDisk&) = delete;
-  ResponseFileOnDisk& operator=(const ResponseFileOnDisk&) = delete;
 
-  const std::string& Folder() const { return folder_; }
-  std::string Path() const { return folder_ + kName; }
+  std::string Folder() const { return folder_.Slashed(); }
+  std::string Path() const { return folder_.Slashed() + kName; }
   static constexpr const char* kName = "million.rsp";
 
  private:
-  std::string folder_;
+  testing::TempFolder folder_;
 };
 
 const ResponseFileOnDisk& OnDisk() {

@@ -6,12 +6,15 @@
 #include <string>
 
 #include "bench/bench_support.h"
-#include "tools/synth.h"
+#include "testing/synthetic_response.h"
 #include "zyra/response/system_response.h"
 #include "zyra/support/byte_stream.h"
 
 namespace zyra {
 namespace {
+
+using testing::SynthesizeSystemResponse;
+using testing::SynthOptions;
 
 SynthOptions BenchOptions() {
   SynthOptions options;

@@ -1,59 +1,7 @@
-// Helpers shared by the tests: bytes written as hex, a recording busy indicator.
+// The helpers moved to testing/; this path stays only until its last includes are gone.
 #ifndef ZYRA_TESTS_TEST_SUPPORT_H_
 #define ZYRA_TESTS_TEST_SUPPORT_H_
 
-#include <cstdint>
-#include <functional>
-#include <string>
-#include <vector>
-
-#include "zyra/support/busy_indicator.h"
-#include "zyra/support/byte_stream.h"
-
-namespace zyra::testing {
-
-// Bytes from a hex literal; blanks are ignored ("0100 ff" is 01 00 ff).
-std::vector<uint8_t> Hex(const std::string& text);
-// The bytes as lower-case hex pairs separated by blanks, for readable failures.
-std::string ToHex(std::span<const uint8_t> bytes);
-// The bytes of a stream from `from` (inclusive) to `to` (exclusive; -1 for the end), as hex.
-std::string StreamHex(const ByteStream& stream, int32_t from = 0, int32_t to = -1);
-// `count` copies of one byte as hex, for long runs in a hex literal: HexRun("20", 3) is "202020".
-std::string HexRun(const std::string& byteHex, int count);
-// A stream loaded with the bytes of a hex literal, position 0.
-ByteStream StreamOf(const std::string& hex);
-// The number of the RuntimeError the call raises; 0 when it raises none.
-int32_t ErrorNumberOf(const std::function<void()>& call);
-
-// Records every call; answers "cancel" from the given ReportProgress call (1-based) on.
-class RecordingBusy : public BusyIndicator {
- public:
-  struct Call {
-    std::string caption;
-    double fraction;
-    bool report;  // ReportProgress rather than ShowProgress
-  };
-
-  explicit RecordingBusy(int64_t cancelAtReport = -1) : cancelAt_(cancelAtReport) {}
-
-  int32_t ShowProgress(const std::string& sCaption, double dFraction, double) override {
-    calls.push_back({sCaption, dFraction, false});
-    return 0;
-  }
-  bool ReportProgress(const std::string& sCaption, double dFraction, const std::string&,
-                      double) override {
-    calls.push_back({sCaption, dFraction, true});
-    ++reports;
-    return cancelAt_ < 0 || reports < cancelAt_;
-  }
-
-  std::vector<Call> calls;
-  int64_t reports = 0;
-
- private:
-  int64_t cancelAt_;
-};
-
-}  // namespace zyra::testing
+#include "testing/test_support.h"
 
 #endif  // ZYRA_TESTS_TEST_SUPPORT_H_

@@ -1,30 +1,23 @@
 #include "tools/commands.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include <gtest/gtest.h>
+
+#include "testing/temp_folder.h"
 
 namespace zyra::tool {
 namespace {
 
 namespace fs = std::filesystem;
 
-std::string Contents(const fs::path& file) {
-  std::ostringstream text;
-  text << std::ifstream(file, std::ios::binary).rdbuf();
-  return text.str();
-}
-
 // Writes succeed whole or leave the old file, and never leave a temporary behind.
 TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
-  std::string pattern = fs::temp_directory_path() / "zyra-rsp-atomic-XXXXXX";
-  ASSERT_NE(mkdtemp(pattern.data()), nullptr);
-  const fs::path folder = pattern;
+  const testing::TempFolder temp;
+  const fs::path& folder = temp.Path();
   const fs::path target = folder / "out.rsp";
   const auto write = [&](const fs::path& file, const std::string& text) {
     std::string message;
@@ -40,7 +33,7 @@ TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
   const fs::perms kMode = fs::perms::owner_read | fs::perms::owner_write | fs::perms::group_read;
   fs::permissions(target, kMode, fs::perm_options::replace);
   ASSERT_TRUE(write(target, "second"));
-  EXPECT_EQ(Contents(target), "second");
+  EXPECT_EQ(testing::ReadWholeFile(target), "second");
   EXPECT_EQ(fs::status(target).permissions() & fs::perms::all, kMode);  // the mode is kept
   EXPECT_FALSE(write(folder / "missing" / "out.rsp", "x"));
   onlyTarget();
@@ -48,7 +41,7 @@ TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
     fs::permissions(folder, fs::perms::owner_read | fs::perms::owner_exec,
                     fs::perm_options::replace);
     EXPECT_FALSE(write(target, "new"));
-    EXPECT_EQ(Contents(target), "second");
+    EXPECT_EQ(testing::ReadWholeFile(target), "second");
     fs::permissions(folder, fs::perms::owner_all, fs::perm_options::add);
     onlyTarget();
   }
@@ -57,7 +50,6 @@ TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
   fs::create_directory(target);
   EXPECT_FALSE(write(target, "new"));
   onlyTarget();
-  fs::remove_all(folder);
 }
 
 TEST(PrintErrorLineTest, OneLineNamingTheFile) {

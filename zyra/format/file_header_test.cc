@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -24,8 +24,6 @@ TEST(FileHeaderTest, WritesThirtyBytesInFileOrderWithFittedTexts) {
   EXPECT_EQ(testing::StreamHex(stream),
             "5a 59 52 41 03 00 08 00 14 00 52 46 02 00 00 00 00 00 ff ff ff ff 96 00 00 00 04 03 "
             "02 01");
-  header.SetIDfx("R");
-  EXPECT_EQ(header.IDfx(), "R ");
 }
 
 TEST(FileHeaderTest, ReadsAndLogsNineLinesInFileOrder) {
@@ -42,11 +40,6 @@ TEST(FileHeaderTest, ReadsAndLogsNineLinesInFileOrder) {
                 "XMyFileHeader.ZYRA ZYRA\t255\t7", "XMyFileHeader.nHdr 3", "XMyFileHeader.lHdr 20",
                 "XMyFileHeader.IDfx RF", "XMyFileHeader.Vrsn 1", "XMyFileHeader.Flgs 7",
                 "XMyFileHeader.nRcd 9", "XMyFileHeader.lRcd 150", "XMyFileHeader.addr 229"}));
-
-  stream.SetPosition(0);
-  CFileHeaderClass quiet;
-  quiet.ReadFromByteStream(stream);  // no logger, nothing printed and nothing fails
-  EXPECT_EQ(quiet.Vrsn(), 1);
 }
 
 }  // namespace

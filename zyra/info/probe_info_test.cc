@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -70,6 +68,11 @@ TEST(ProbeInfoTest, VersionOneReadsAndSavesTheSameBytesKeepingFlagBitsWithoutPro
   probe.SaveToByteStream(again);
   EXPECT_EQ(StreamHex(again, 2), StreamHex(StreamOf(block)));
   EXPECT_EQ(again.GetPosition(), again.GetLength());
+  // Begun is always ten characters long: cut or padded.
+  probe.SetPrBegun("2024-01-02 10:00");
+  EXPECT_EQ(probe.PrBegun(), "2024-01-02");
+  probe.SetPrBegun("x");
+  EXPECT_EQ(probe.PrBegun(), "x         ");
 }
 
 TEST(ProbeInfoTest, VersionZeroReadsFixedTextsAndIntegerCounts) {
@@ -97,11 +100,10 @@ TEST(ProbeInfoTest, VersionZeroReadsFixedTextsAndIntegerCounts) {
 }
 
 TEST(ProbeInfoTest, WrongLengthOrVersionIsRefusedWithValuesUnchanged) {
-  struct Case {
+  const struct {
     std::string hex;
     int32_t position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"50524f42 0e00 0000 0e000000 01000000 12020000" + testing::HexRun("00", 532),
        20},  // lInfo 530
       {"50524f42 0e00 0100 0e000000 01000000 56010000 56010000 4b010000" +
@@ -110,7 +112,7 @@ TEST(ProbeInfoTest, WrongLengthOrVersionIsRefusedWithValuesUnchanged) {
       {"50524f42 0e00 0200 0e000000 01000000 56010000" + testing::HexRun("00", 342), 20},
       {"50524f42 0e00 ffff 0e000000 01000000 14020000" + testing::HexRun("00", 532), 20},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ByteStream stream = StreamOf(c.hex);
     CProbeInfoClass probe = FromVersion1();
     std::string message;
@@ -128,7 +130,7 @@ TEST(ProbeInfoTest, HostileTextCountsFailBeforeAllocatingAndKeepTheValues) {
     int32_t error;
   };
   const Case cases[] = {{"ffffff7f", kErrPastEnd}, {"ffffffff", kErrInvalidCall}};
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ByteStream stream = StreamOf("50524f42 0e00 0100 0e000000 01000000 56010000 56010000 4a010000" +
                                  c.userCount + "6162");
     CProbeInfoClass probe = FromVersion1();
@@ -136,16 +138,6 @@ TEST(ProbeInfoTest, HostileTextCountsFailBeforeAllocatingAndKeepTheValues) {
     EXPECT_EQ(testing::ErrorNumberOf([&] { probe.ReadFromByteStream(stream, message); }), c.error);
     EXPECT_EQ(probe.PrUserName(), "ab");
     EXPECT_EQ(probe.PrRemarks(), "R");
-  }
-}
-
-TEST(ProbeInfoTest, BegunIsCutOrPaddedToTenCharacters) {
-  const std::pair<std::string, std::string> rows[] = {
-      {"2024-01-02 10:00", "2024-01-02"}, {"x", "x         "}, {"", "          "}};
-  for (const auto& [value, stored] : rows) {
-    CProbeInfoClass probe;
-    probe.SetPrBegun(value);
-    EXPECT_EQ(probe.PrBegun(), stored);
   }
 }
 

@@ -2,9 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include <functional>
-
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -21,7 +19,7 @@ std::vector<int32_t> IDs(const CPulsBufferClass& buffer) {
   return ids;
 }
 
-TEST(PulsBufferTest, AddAndDeleteKeepTheNumberingDenseBehindTheTemplatePulse) {
+TEST(PulsBufferTest, AddDeleteAndResizeKeepTheNumberingDenseBehindTheTemplatePulse) {
   CPulsBufferClass buffer;
   EXPECT_NE(buffer.Puls(0), nullptr);
   EXPECT_EQ(buffer.Puls(1), nullptr);
@@ -36,41 +34,42 @@ TEST(PulsBufferTest, AddAndDeleteKeepTheNumberingDenseBehindTheTemplatePulse) {
   EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{10, 30}));
   buffer.Swap(1, 2);
   EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{30, 10}));
-  const std::pair<int32_t, std::function<void()>> bad[] = {
-      {kErrSubscript, [&] { buffer.SetPuls(3, PulsWithID(1)); }},
-      {kErrSubscript, [&] { buffer.SetPuls(-1, PulsWithID(1)); }},
-      {kErrInvalidCall, [&] { buffer.SetCount(-1, nullptr); }},
-      {kErrInvalidCall, [&] { buffer.SetCountPreserve(-1); }},
-  };
-  for (const auto& [number, call] : bad) EXPECT_EQ(testing::ErrorNumberOf(call), number);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetPuls(3, PulsWithID(1)); }), kErrSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetPuls(-1, PulsWithID(1)); }), kErrSubscript);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetCount(-1, nullptr); }), kErrInvalidCall);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.SetCountPreserve(-1); }), kErrInvalidCall);
   EXPECT_EQ(buffer.Count(), 2);
+  // Growing keeps the records held and fills empty slots, the template's too.
+  const auto kept = buffer.Puls(1);
+  buffer.SetPuls(2, nullptr);
+  buffer.SetPuls(0, nullptr);
+  buffer.SetMaxOrder(9);
+  buffer.SetCountPreserve(3);
+  EXPECT_EQ(buffer.Puls(1), kept);
+  for (const int32_t i : {0, 2, 3}) EXPECT_NE(buffer.Puls(i), nullptr) << i;
+  EXPECT_EQ(buffer.MaxOrder(), 9);
 }
 
-TEST(PulsBufferTest, SetCountReleasesLargeBuffersSlotBySlotWithProgress) {
-  struct Case {
-    int32_t nBefore;
-    size_t nReports;
-  };
+TEST(PulsBufferTest, SetCountResetsTheBufferAndReleasesLargeOnesSlotBySlotWithProgress) {
   // Up to 10000 pulses only the closing report; above, one per slot 0..Count as well.
-  const Case cases[] = {{0, 1}, {10000, 1}, {10001, 10003}};
-  for (const Case& c : cases) {
+  for (const auto& [nBefore, nReports] : {std::pair{0, 1u}, {10000, 1u}, {10001, 10003u}}) {
     CPulsBufferClass buffer;
-    buffer.SetCount(c.nBefore, nullptr);
+    buffer.SetCount(nBefore, nullptr);
     buffer.SetDataOrigin(PB_EOrigin_ZYRAFile);
     buffer.SetSpeakerPhaseWasAdded(true);
     buffer.SetMaxSPL(3, 100);
     testing::RecordingBusy busy;
     buffer.SetCount(3, &busy);
-    ASSERT_EQ(busy.calls.size(), c.nReports) << c.nBefore;
+    ASSERT_EQ(busy.calls.size(), nReports) << nBefore;
     for (const auto& call : busy.calls) {
       EXPECT_EQ(call.caption, "Releasing Memory");
       EXPECT_FALSE(call.report);
     }
-    if (c.nReports > 1) {
-      EXPECT_EQ(busy.calls[0].fraction, 0.0);
-      EXPECT_EQ(busy.calls[1].fraction, 1.0 / c.nBefore);
-      EXPECT_EQ(busy.calls[c.nReports - 2].fraction, 1.0);
+    if (nReports > 1) {
+      EXPECT_EQ(busy.calls[1].fraction, 1.0 / nBefore);
+      EXPECT_EQ(busy.calls[nReports - 2].fraction, 1.0);
     }
+    EXPECT_EQ(busy.calls.front().fraction, nReports > 1 ? 0.0 : 1.0);
     EXPECT_EQ(busy.calls.back().fraction, 1.0);
     EXPECT_EQ(buffer.Count(), 3);
     EXPECT_NE(buffer.Puls(0), nullptr);
@@ -81,30 +80,14 @@ TEST(PulsBufferTest, SetCountReleasesLargeBuffersSlotBySlotWithProgress) {
   }
 }
 
-TEST(PulsBufferTest, SetCountPreserveKeepsReferencesAndFillsEmptySlots) {
-  CPulsBufferClass buffer;
-  const auto kept = PulsWithID(5);
-  buffer.AddPuls(kept);
-  buffer.AddPuls(PulsWithID(6));
-  buffer.SetPuls(2, nullptr);
-  buffer.SetPuls(0, nullptr);
-  buffer.SetMaxOrder(9);
-  buffer.SetCountPreserve(3);
-  EXPECT_EQ(buffer.Puls(1), kept);
-  for (const int32_t i : {0, 2, 3}) EXPECT_NE(buffer.Puls(i), nullptr) << i;
-  EXPECT_EQ(buffer.MaxOrder(), 9);
-}
-
 TEST(PulsBufferTest, LineArrayReflexionsNeedAnActiveBundleReflectionWithPseudo) {
-  struct Case {
+  const struct {
     bool bBundle;
     int32_t lOrder, lPseudo;
     bool bInactive, expected;
-  };
-  const Case cases[] = {{true, 1, 4, false, true},  {false, 1, 4, false, false},
-                        {true, 0, 4, false, false}, {true, 1, 0, false, false},
-                        {true, 1, 4, true, false},  {true, 3, -1, false, true}};
-  for (const Case& c : cases) {
+  } cases[] = {{true, 1, 4, false, true},  {false, 1, 4, false, false}, {true, 0, 4, false, false},
+               {true, 1, 0, false, false}, {true, 1, 4, true, false},   {true, 3, -1, false, true}};
+  for (const auto& c : cases) {
     CPulsBufferClass buffer;
     buffer.AddPuls(PulsWithID(1));
     auto puls = PulsWithID(2);

@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -11,15 +11,14 @@ using testing::StreamHex;
 using testing::StreamOf;
 
 TEST(RspInfoTextTest, SaveWritesPrefixAndTextWithTheirByteCount) {
-  struct Case {
+  const struct {
     std::string prefix, text, hex;
-  };
-  const Case cases[] = {
+  } cases[] = {
       {"", "", "54455854 0e00 0100 02000000 01000000 00000000"},
       {"P", "T", "54455854 0e00 0100 02000000 01000000 02000000 5054"},
       {"", "a\r\nb", "54455854 0e00 0100 02000000 01000000 04000000 610d0a62"},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     CRspInfoTextClass info;
     info.SetSourceText(c.text);
     ByteStream stream;
@@ -30,13 +29,12 @@ TEST(RspInfoTextTest, SaveWritesPrefixAndTextWithTheirByteCount) {
 }
 
 TEST(RspInfoTextTest, ReadTakesLInfoBytesForKnownVersionsOnly) {
-  struct Case {
+  const struct {
     std::string hex;
     int32_t error, result;  // error: the run-time error raised, 0 for none
     std::string message, text;
     int32_t position;
-  };
-  const Case cases[] = {
+  } cases[] = {
       // version 0, lInfo 5, two more bytes that belong to the next block
       {"54455854 0e00 0000 00000000 07000000 05000000 48656c6c6f 2121", 0, 0, "", "Hello", 25},
       {"54455854 0e00 0100 02000000 01000000 00000000", 0, 0, "", "", 20},
@@ -46,31 +44,20 @@ TEST(RspInfoTextTest, ReadTakesLInfoBytesForKnownVersionsOnly) {
       {"54455854 0e00 0100 02000000 01000000 ffffff7f 41", kErrPastEnd, 0, "stale", "old", 20},
       {"54455854 0e00 0100 02000000 01000000 ffffffff 41", kErrInvalidCall, 0, "stale", "old", 20},
   };
-  for (const Case& c : cases) {
+  for (const auto& c : cases) {
     ByteStream stream = StreamOf(c.hex);
     CRspInfoTextClass info;
     info.SetSourceText("old");
     std::string message = "stale";
-    int32_t result = 0, error = 0;
-    try {
-      result = info.ReadFromByteStream(stream, message);
-    } catch (const RuntimeError& e) {
-      error = e.Number();
-    }
-    EXPECT_EQ(error, c.error) << c.hex;
+    int32_t result = 0;
+    EXPECT_EQ(testing::ErrorNumberOf([&] { result = info.ReadFromByteStream(stream, message); }),
+              c.error)
+        << c.hex;
     EXPECT_EQ(result, c.result) << c.hex;
     EXPECT_EQ(message, c.message);
     EXPECT_EQ(info.SourceText(), c.text);
     EXPECT_EQ(stream.GetPosition(), c.position);
   }
-}
-
-TEST(RspInfoTextTest, PrintGivesAnEmptyLineThenTheText) {
-  CRspInfoTextClass info;
-  info.SetSourceText("hi");
-  StringLogger logger;
-  info.PrintToLogger(&logger);
-  EXPECT_EQ(logger.Lines(), (std::vector<std::string>{"", "Text: hi"}));
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 
 #include <functional>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 namespace zyra {
 namespace {

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 #include <cmath>
 #include <limits>

@@ -9,7 +9,7 @@
 #include <numbers>
 #include <random>
 
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 #include "zyra/support/errors.h"
 
 namespace zyra {

@@ -1,4 +1,4 @@
-#include "tools/synth.h"
+#include "testing/synthetic_response.h"
 
 #include <algorithm>
 #include <random>
@@ -7,7 +7,7 @@
 
 #include "zyra/support/errors.h"
 
-namespace zyra {
+namespace zyra::testing {
 
 namespace {
 
@@ -143,4 +143,4 @@ void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& op
   pulses.SetCountPreserve(p);
 }
 
-}  // namespace zyra
+}  // namespace zyra::testing

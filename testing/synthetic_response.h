@@ -1,13 +1,13 @@
 // Reproducible synthetic system responses, for the host tool's `synth` command, tests and
 // benchmarks.
-#ifndef ZYRA_TOOLS_SYNTH_H_
-#define ZYRA_TOOLS_SYNTH_H_
+#ifndef ZYRA_TESTING_SYNTHETIC_RESPONSE_H_
+#define ZYRA_TESTING_SYNTHETIC_RESPONSE_H_
 
 #include <cstdint>
 
 #include "zyra/response/system_response.h"
 
-namespace zyra {
+namespace zyra::testing {
 
 struct SynthOptions {
   int32_t nPulses = 10000;       // pulses in all, direct sounds included
@@ -25,6 +25,6 @@ struct SynthOptions {
 // pulses cannot hold are left out. Error 5 for a negative count or a fraction outside 0..1.
 void SynthesizeSystemResponse(CSystemResponse& cResponse, const SynthOptions& options);
 
-}  // namespace zyra
+}  // namespace zyra::testing
 
-#endif  // ZYRA_TOOLS_SYNTH_H_
+#endif  // ZYRA_TESTING_SYNTHETIC_RESPONSE_H_

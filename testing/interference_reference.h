@@ -1,8 +1,8 @@
 // The interference energy summed literally, pair by pair with two sines per pair: the
 // straightforward O(n^2) evaluation against which the production path and its curve are
 // checked (tests) and timed (benchmarks).
-#ifndef ZYRA_TESTS_INTERFERENCE_REFERENCE_H_
-#define ZYRA_TESTS_INTERFERENCE_REFERENCE_H_
+#ifndef ZYRA_TESTING_INTERFERENCE_REFERENCE_H_
+#define ZYRA_TESTING_INTERFERENCE_REFERENCE_H_
 
 #include <cmath>
 #include <cstdint>
@@ -52,4 +52,4 @@ inline double ReferenceInterferenceEnergy(const CSystemResponse& rsp, int32_t iT
 
 }  // namespace zyra::testing
 
-#endif  // ZYRA_TESTS_INTERFERENCE_REFERENCE_H_
+#endif  // ZYRA_TESTING_INTERFERENCE_REFERENCE_H_

@@ -1,4 +1,4 @@
-#include "tests/test_support.h"
+#include "testing/test_support.h"
 
 #include <cctype>
 #include <stdexcept>
@@ -43,6 +43,15 @@ std::string HexRun(const std::string& byteHex, int count) {
   std::string hex;
   for (int i = 0; i < count; ++i) hex += byteHex;
   return hex;
+}
+
+std::string Int16Run(int first, int count) {
+  std::vector<uint8_t> bytes;
+  for (int value = first; value < first + count; ++value) {
+    bytes.push_back(static_cast<uint8_t>(value & 0xff));
+    bytes.push_back(static_cast<uint8_t>((value >> 8) & 0xff));
+  }
+  return ToHex(bytes);
 }
 
 ByteStream StreamOf(const std::string& hex) {

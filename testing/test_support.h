@@ -1,0 +1,77 @@
+// Helpers shared by the tests: bytes written as hex, a recording busy indicator.
+#ifndef ZYRA_TESTING_TEST_SUPPORT_H_
+#define ZYRA_TESTING_TEST_SUPPORT_H_
+
+#include <algorithm>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "zyra/support/busy_indicator.h"
+#include "zyra/support/byte_stream.h"
+
+namespace zyra::testing {
+
+// Bytes from a hex literal; blanks are ignored ("0100 ff" is 01 00 ff).
+std::vector<uint8_t> Hex(const std::string& text);
+// The bytes as lower-case hex pairs separated by blanks, for readable failures.
+std::string ToHex(std::span<const uint8_t> bytes);
+// The bytes of a stream from `from` (inclusive) to `to` (exclusive; -1 for the end), as hex.
+std::string StreamHex(const ByteStream& stream, int32_t from = 0, int32_t to = -1);
+// `count` copies of one byte as hex, for long runs in a hex literal: HexRun("20", 3) is "202020".
+std::string HexRun(const std::string& byteHex, int count);
+// `count` Integers first, first + 1, ... as little-endian hex pairs: Int16Run(0x10, 2) is
+// "10 00 11 00", the form of a band array filled with a ramp.
+std::string Int16Run(int first, int count);
+// A stream loaded with the bytes of a hex literal, position 0.
+ByteStream StreamOf(const std::string& hex);
+// The fields (each with an offset and a hex member) whose bytes at base + offset in the stream
+// are not their hex, one "offset: bytes found" line each; empty when every field is in place.
+template <class Fields>
+std::string MisplacedFields(const ByteStream& stream, int32_t base, const Fields& fields) {
+  std::string misplaced;
+  for (const auto& field : fields) {
+    const std::string expected = ToHex(Hex(field.hex));
+    const int32_t at = base + field.offset;
+    const auto length = static_cast<int32_t>(Hex(field.hex).size());
+    const std::string found = StreamHex(stream, at, std::min(at + length, stream.GetLength()));
+    if (found != expected) misplaced += std::to_string(field.offset) + ": " + found + "\n";
+  }
+  return misplaced;
+}
+// The number of the RuntimeError the call raises; 0 when it raises none.
+int32_t ErrorNumberOf(const std::function<void()>& call);
+
+// Records every call; answers "cancel" from the given ReportProgress call (1-based) on.
+class RecordingBusy : public BusyIndicator {
+ public:
+  struct Call {
+    std::string caption;
+    double fraction;
+    bool report;  // ReportProgress rather than ShowProgress
+  };
+
+  explicit RecordingBusy(int64_t cancelAtReport = -1) : cancelAt_(cancelAtReport) {}
+
+  int32_t ShowProgress(const std::string& sCaption, double dFraction, double) override {
+    calls.push_back({sCaption, dFraction, false});
+    return 0;
+  }
+  bool ReportProgress(const std::string& sCaption, double dFraction, const std::string&,
+                      double) override {
+    calls.push_back({sCaption, dFraction, true});
+    ++reports;
+    return cancelAt_ < 0 || reports < cancelAt_;
+  }
+
+  std::vector<Call> calls;
+  int64_t reports = 0;
+
+ private:
+  int64_t cancelAt_;
+};
+
+}  // namespace zyra::testing
+
+#endif  // ZYRA_TESTING_TEST_SUPPORT_H_
