@@ -305,15 +305,14 @@ Subcommands Describe(CLI::App& app, Settings& s) {
 
 // `eval` of one file keeps the single-file forms; --format, several files, a list on standard
 // input or per-band columns give rows.
-Command EvalCommand(const Subcommands& sub, Settings& s) {
+Command EvalCommand(Settings& s) {
   const bool bList =
       std::ranges::find(s.saEvalFiles, std::string(kNamesOnInput)) != s.saEvalFiles.end();
   const bool bRows = !s.sFormat.empty() || s.saEvalFiles.size() > 1 || bList || !s.sBands.empty();
   if (!bRows) {
-    for (const char* name : {"--jobs", "--no-header"}) {
-      if (sub.eval->get_option(name)->count() > 0) {
-        throw CLI::ValidationError(name, "applies to the rows of several files or of --format");
-      }
+    if (s.bNoHeader) {
+      throw CLI::ValidationError("--no-header",
+                                 "applies to the rows of --format or of several files");
     }
     s.eval.sFile = s.saEvalFiles.front();
     return s.eval;
@@ -371,7 +370,7 @@ Command Chosen(const Subcommands& sub, Settings& s) {
       std::tie(s.eval.dFitUpper, s.eval.dFitLower) = *FitLimits(s.sFitLimits);
     }
     s.eval.bMasking = !s.bNoMasking;
-    return EvalCommand(sub, s);
+    return EvalCommand(s);
   }
   if (sub.map->parsed()) {
     if (sub.map->get_option("--band")->count() > 0) s.map.iBand = s.iMapBand;

@@ -38,7 +38,7 @@ TEST(CommandLineTest, WrongUsageExitsWithTwo) {
       {"synth", "--pulses", "100", "--speakers", "2", "--seed", "-1", "-o", "s.rsp"},
       {"plot", "a.rsp", "-o", "etc.svg", "--band", "1001"},
       {"eval", "a.rsp", "b.rsp", "--json"},
-      {"eval", "a.rsp", "-j", "2"},
+      {"eval", "a.rsp", "--no-header"},
       {"eval", "a.rsp", "--format", "xml"},
       {"eval", "-", "--bands", "ninth"},
       {"map", "a.rsp", "--param", "C81", "-o", "m.svg"},

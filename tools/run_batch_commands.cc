@@ -199,12 +199,13 @@ int RunMap(const MapOptions& options) {
        [&](ReceiverRow row) {
          progress.BeforeRow();
          const bool bOk = row.eStatus == RowStatus::kOk;
-         if (bOk && std::isfinite(row.values[iValue])) {
+         const bool bPlaced = bOk && std::isfinite(row.values[0]) && std::isfinite(row.values[1]);
+         if (bPlaced && std::isfinite(row.values[iValue])) {
            data.points.push_back({row.values[0], row.values[1], row.values[iValue]});
            if (!sFirstGood) sFirstGood = row.sFile;
          } else {
            ++nLeftOut;
-           if (bOk) row.sMessage = "has no value of " + column.sName;
+           if (bOk) row.sMessage = bPlaced ? "has no value of " + column.sName : "has no position";
            PrintErrorLine(row.sFile, "left out of the map: " + row.sMessage);
          }
          progress.AfterRow();
