@@ -163,7 +163,7 @@ int RunEvalRows(const EvalRowsOptions& options) {
   RunOrderedBatch(
       names, JobsOf(options.nJobs),
       {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, evaluate); },
-       [&](ReceiverRow row) {
+       [&](const ReceiverRow& row) {
          progress.BeforeRow();
          writer.Write(row);
          ReportRow(row, "");
