@@ -2,15 +2,14 @@
 // seating area.
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
+#include <cstdio>
 #include <filesystem>
 #include <iostream>
 #include <limits>
-#include <sstream>
-
-#include <algorithm>
-#include <cstdio>
 #include <span>
+#include <sstream>
 
 #include "tools/band_choice.h"
 #include "tools/batch_commands.h"
@@ -32,15 +31,15 @@ int32_t JobsOf(int32_t nJobs) {
   return nJobs > 0 ? nJobs : DefaultJobCount();
 }
 
-// The progress bar over the files of a batch, kept off the rows: when the rows go to the same
-// terminal, the bar's line is cleared before each row.
+// The progress bar over the files of a batch, kept off the rows and the error lines: its line is
+// cleared before a row goes to the same terminal and before a failed file's line.
 class BatchProgress {
  public:
   explicit BatchProgress(std::optional<int64_t> total)
       : total_(total), bRowsOnTerminal_(isatty(STDOUT_FILENO) == 1) {}
 
-  void BeforeRow() {
-    if (bRowsOnTerminal_) bar_.Done();
+  void BeforeRow(const ReceiverRow& row) {
+    if (bRowsOnTerminal_ || row.eStatus != RowStatus::kOk) bar_.Done();
   }
   void AfterRow() {
     ++done_;
@@ -64,10 +63,9 @@ class BatchProgress {
 };
 
 // The line on standard error for a row that did not succeed.
-void ReportRow(const ReceiverRow& row, const std::string& sPrefix) {
+void ReportRow(const ReceiverRow& row) {
   if (row.eStatus == RowStatus::kOk) return;
-  PrintErrorLine(row.sFile,
-                 sPrefix + (row.eStatus == RowStatus::kWarning ? "warning: " : "") + row.sMessage);
+  PrintErrorLine(row.sFile, (row.eStatus == RowStatus::kWarning ? "warning: " : "") + row.sMessage);
 }
 
 // Ends a batch: the cancel or the count of failed files on standard error; the exit status.
@@ -164,9 +162,9 @@ int RunEvalRows(const EvalRowsOptions& options) {
       names, JobsOf(options.nJobs),
       {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, evaluate); },
        [&](const ReceiverRow& row) {
-         progress.BeforeRow();
+         progress.BeforeRow(row);
          writer.Write(row);
-         ReportRow(row, "");
+         ReportRow(row);
          if (row.eStatus != RowStatus::kOk) ++nFailed;
          progress.AfterRow();
        },
@@ -197,7 +195,6 @@ int RunMap(const MapOptions& options) {
       names, JobsOf(options.nJobs),
       {[&](const std::string& sFile) { return EvaluateReceiverRow(sFile, schema, evaluate); },
        [&](ReceiverRow row) {
-         progress.BeforeRow();
          const bool bOk = row.eStatus == RowStatus::kOk;
          const bool bPlaced = bOk && std::isfinite(row.values[0]) && std::isfinite(row.values[1]);
          if (bPlaced && std::isfinite(row.values[iValue])) {
@@ -206,6 +203,7 @@ int RunMap(const MapOptions& options) {
          } else {
            ++nLeftOut;
            if (bOk) row.sMessage = bPlaced ? "has no value of " + column.sName : "has no position";
+           progress.Done();
            PrintErrorLine(row.sFile, "left out of the map: " + row.sMessage);
          }
          progress.AfterRow();
@@ -297,7 +295,7 @@ int DemoSeatingArea(const std::string& sDir) {
   RowWriter writer(csv, schema, RowFormat::kCsv);
   for (const ReceiverRow& row : rows) {
     writer.Write(row);
-    ReportRow(row, "");
+    ReportRow(row);
     if (row.eStatus != RowStatus::kOk) return kExitFailure;
   }
   writer.End();
