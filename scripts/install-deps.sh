@@ -3,7 +3,8 @@
 set -euo pipefail
 
 packages=(make cmake g++ clang libclang-rt-dev libgtest-dev libgmock-dev libbenchmark-dev
-          nlohmann-json3-dev libcli11-dev pkg-config libcairo2-dev)
+          nlohmann-json3-dev libcli11-dev pkg-config libcairo2-dev libtbb-dev parallel
+          python3 python3-dev pybind11-dev python3-pybind11 python3-numpy python3-pytest)
 missing=()
 for package in "${packages[@]}"; do
   if ! dpkg-query -W -f='${Status}' "$package" 2>/dev/null | grep -q 'install ok installed'; then

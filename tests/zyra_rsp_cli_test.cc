@@ -2,6 +2,7 @@
 // on standard output, files written whole or not at all, reproducible synthesis.
 #include <sys/wait.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -10,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "testing/temp_folder.h"
+#include "zyra/rsp/probe_rsp.h"
 
 #ifdef ZYRA_RSP_EXE
 
@@ -53,17 +55,45 @@ class ZyraRspTest : public ::testing::Test {
   static void TearDownTestSuite() { temp_.reset(); }
 
   // Runs the tool with its output captured (standard error is no terminal); `prefix` goes
-  // in front of the command in the shell.
-  static RunResult Run(const std::vector<std::string>& args, const std::string& prefix = "") {
-    std::string command = prefix + " " + Quoted(ZYRA_RSP_EXE);
+  // in front of the command in the shell, `input` is its standard input.
+  static RunResult Run(const std::vector<std::string>& args, const std::string& prefix = "",
+                       const std::string& input = "/dev/null") {
+    std::string command = Quoted(ZYRA_RSP_EXE);
     for (const std::string& arg : args) command += " " + Quoted(arg);
+    return RunShell(prefix + " " + command, input);
+  }
+  static RunResult RunShell(std::string command, const std::string& input = "/dev/null") {
     const fs::path out = folder_ / "stdout.txt";
     const fs::path err = folder_ / "stderr.txt";
-    command += " >" + Quoted(out) + " 2>" + Quoted(err) + " </dev/null";
+    command += " >" + Quoted(out) + " 2>" + Quoted(err) + " <" + Quoted(input);
     const int status = std::system(("/bin/bash -c " + Quoted(command)).c_str());
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(out), ReadWholeFile(err)};
   }
   static std::string Demo() { return folder_ / "demo-hall.rsp"; }
+  // The demo's seating area: every seat's file in row order.
+  static std::vector<std::string> Seats() {
+    std::vector<std::string> seats;
+    for (const auto& entry : fs::directory_iterator(folder_ / "demo-seats")) {
+      seats.push_back(entry.path());
+    }
+    std::sort(seats.begin(), seats.end());
+    return seats;
+  }
+  // A file holding the names, one per line, for `eval -`.
+  static std::string NameList(const std::vector<std::string>& names) {
+    const fs::path list = folder_ / "names.txt";
+    std::string text;
+    for (const std::string& name : names) text += name + "\n";
+    WriteWholeFile(list, text);
+    return list;
+  }
+  static std::vector<Json> JsonLines(const std::string& text) {
+    std::vector<Json> rows;
+    std::istringstream lines(text);
+    std::string line;
+    while (std::getline(lines, line)) rows.push_back(Json::parse(line));
+    return rows;
+  }
   static std::unique_ptr<testing::TempFolder> temp_;
   static fs::path folder_;
 };
@@ -259,9 +289,213 @@ TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
   ASSERT_EQ(WEXITSTATUS(status), 0);
   const std::string screen = ReadWholeFile(log);
   // Each step shows at once what runs (a file this small finishes within one interval).
-  for (const char* step : {"\rReading ...", "\rPreparing ...", "\rEvaluating ..."}) {
+  for (const char* step : {"\rReading ...", "\rEvaluating ..."}) {
     EXPECT_NE(screen.find(step), std::string::npos) << screen;
   }
+}
+
+// The rows carry exactly the values of the single-file JSON, and the probe's label and position.
+TEST_F(ZyraRspTest, RowsEqualTheSingleFileValues) {
+  const std::vector<std::string> all = Seats();
+  ASSERT_EQ(all.size(), 80u);
+  const std::vector<std::string> seats{all.front(), all[37], all.back()};
+  const RunResult octave = Run(
+      {"eval", seats[0], seats[1], seats[2], "--format", "jsonl", "--bands", "octave", "-j", "2"});
+  ASSERT_EQ(octave.exit, 0) << octave.err;
+  const std::vector<Json> rows = JsonLines(octave.out);
+  std::vector<std::string> args{"eval", "--format", "jsonl", "--bands", "third"};
+  args.insert(args.end(), seats.begin(), seats.end());
+  const std::vector<Json> thirds = JsonLines(Run(args).out);
+  ASSERT_EQ(rows.size(), 3u);
+  ASSERT_EQ(thirds.size(), 3u);
+  const std::pair<const char*, const char*> singles[] = {
+      {"EDT_s", "EDT"}, {"T20_s", "T20"}, {"T30_s", "T30"}, {"C50_dB", "C50"}, {"C80_dB", "C80"},
+      {"D50", "D50"},   {"Ts_ms", "Ts"},  {"G_dB", "G"},    {"JLF", "JLF"},    {"JLFC", "JLFC"}};
+  for (std::size_t i = 0; i < seats.size(); ++i) {
+    SCOPED_TRACE(seats[i]);
+    const Json& row = rows[i];
+    const Json single = Json::parse(Run({"eval", seats[i], "--json"}).out);
+    const Json& p = single["parameters"];
+    const Json probe = Json::parse(Run({"dump", seats[i], "--raw"}).out)["probe_info"];
+    EXPECT_EQ(row["file"], seats[i]);
+    EXPECT_EQ(row["status"], "ok");
+    EXPECT_EQ(row["label"], probe["PrLabel"]);
+    EXPECT_EQ(row["x_m"], probe["PrSite"][1]);
+    EXPECT_EQ(row["y_m"], probe["PrSite"][2]);
+    EXPECT_EQ(row["z_m"], probe["PrSite"][3]);
+    for (const auto& [column, key] : singles) EXPECT_EQ(row[column], p["single"][key]) << column;
+    for (const char* key : {"STI", "STI_statistic", "STIPA", "STI_rating"}) {
+      EXPECT_EQ(row[key == std::string("STI_rating") ? "STI_rating" : key], p[key]) << key;
+    }
+    EXPECT_EQ(row["Alcons_STI_pct"], p["Alcons_STI"]);
+    for (std::size_t k = 0; k < 7; ++k) {
+      const std::string hz = std::to_string(125 << k) + "Hz";
+      EXPECT_EQ(row["C80_" + hz + "_dB"], p["octave"]["C80"][k]) << hz;
+      EXPECT_EQ(row["T30_" + hz + "_s"], p["octave"]["T30"][k]) << hz;
+      EXPECT_EQ(row["MTI_" + hz], p["octave"]["MTI"][k]) << hz;
+    }
+    EXPECT_EQ(thirds[i]["C80_1250Hz_dB"], single["derived"]["C80"][12]);
+    EXPECT_EQ(thirds[i]["EDT_100Hz_s"], p["third"]["EDT"][1]);
+    EXPECT_EQ(thirds[i]["G_10000Hz_dB"], p["third"]["G"][21]);
+    EXPECT_EQ(thirds[i].size(), 22u + 13u * 21u);
+  }
+}
+
+// Rows come in the order of the names at one job and at four; a file that fails gives its row
+// and its line on standard error, the others go on, and the exit status is 1.
+TEST_F(ZyraRspTest, RowsKeepInputOrderAndFailuresGiveTheirRows) {
+  const fs::path dir = folder_ / "batch";
+  fs::create_directories(dir);
+  WriteWholeFile(dir / "text.rsp", "This is a text file, not a response file at all.\n");
+  const std::string demo = ReadWholeFile(Demo());
+  WriteWholeFile(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
+  CProbeRspClass empty;  // a model without pulses, its label Latin-1 as files hold texts
+  empty.ProbeInfo()->SetPrLabel("Sitz \xE9");
+  empty.ProbeInfo()->SetPrSite(1, 2.5F);
+  ByteStream stream;
+  empty.SaveToByteStream(stream);
+  const std::vector<uint8_t> bytes = stream.GetBytes();
+  WriteWholeFile(dir / "empty-model.rsp", std::string(bytes.begin(), bytes.end()));
+  const std::vector<std::string> seats = Seats();
+  const struct {
+    std::string file;
+    const char* status;
+    const char* says;
+  } expected[] = {
+      {seats[0], "ok", ""},
+      {seats[1], "ok", ""},
+      {dir / "text.rsp", "error", "No ZYRA Response File"},
+      {seats[2], "ok", ""},
+      {dir / "empty-model.rsp", "warning", "holds no pulses"},
+      {dir / "missing.rsp", "error", "No such file"},
+      {dir / "truncated.rsp", "error", "Input past end of file"},
+      {seats[3], "ok", ""},
+      {seats[79], "ok", ""},
+  };
+  std::vector<std::string> names;
+  for (const auto& row : expected) names.push_back(row.file);
+  const std::string list = NameList(names);
+  for (const char* jobs : {"1", "4"}) {
+    SCOPED_TRACE(jobs);
+    const RunResult result = Run({"eval", "-", "--format", "jsonl", "-j", jobs}, "", list);
+    EXPECT_EQ(result.exit, 1);
+    const std::vector<Json> rows = JsonLines(result.out);
+    ASSERT_EQ(rows.size(), std::size(expected));
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+      EXPECT_EQ(rows[i]["file"], expected[i].file);
+      EXPECT_EQ(rows[i]["status"], expected[i].status) << expected[i].file;
+      const std::string message = rows[i]["message"].is_null() ? "" : rows[i]["message"];
+      EXPECT_NE(message.find(expected[i].says), std::string::npos) << message;
+      if (std::string(expected[i].status) != "ok") {
+        EXPECT_NE(result.err.find("zyra-rsp: " + expected[i].file + ": "), std::string::npos);
+      }
+    }
+    EXPECT_EQ(rows[4]["label"], "Sitz \xC3\xA9");
+    EXPECT_EQ(rows[4]["x_m"], 2.5);
+    EXPECT_TRUE(rows[4]["C80_dB"].is_null());
+    EXPECT_NE(result.err.find("4 of 9 files failed"), std::string::npos) << result.err;
+  }
+  const RunResult good = Run({"eval", seats[0], seats[1]});
+  EXPECT_EQ(good.exit, 0);
+  EXPECT_EQ(std::count(good.out.begin(), good.out.end(), '\n'), 3);  // header and two rows
+}
+
+// CSV that Python's csv module reads, with the header scripts rely on.
+TEST_F(ZyraRspTest, CsvRowsParseWithPythonsCsvModule) {
+  const fs::path csv = folder_ / "seats.csv";
+  std::vector<std::string> args{"eval", "--format", "csv"};
+  std::vector<std::string> seats = Seats();
+  seats.resize(20);
+  args.insert(args.end(), seats.begin(), seats.end());
+  const RunResult result = Run(args);
+  ASSERT_EQ(result.exit, 0) << result.err;
+  WriteWholeFile(csv, result.out);
+  const std::string script =
+      "import csv, json, sys\n"
+      "rows = list(csv.DictReader(open(sys.argv[1], newline='', encoding='utf-8')))\n"
+      "numbers = [k for k in rows[0] if k not in ('file', 'status', 'label', 'STI_rating', "
+      "'message')]\n"
+      "print(json.dumps({'header': list(rows[0].keys()), 'rows': len(rows),\n"
+      "                  'c80': [float(r['C80_dB']) for r in rows],\n"
+      "                  'numeric': all(float(r[k]) == float(r[k]) for r in rows for k in "
+      "numbers)}))\n";
+  WriteWholeFile(folder_ / "read_rows.py", script);
+  const RunResult python =
+      RunShell("/usr/bin/python3 " + Quoted(folder_ / "read_rows.py") + " " + Quoted(csv));
+  ASSERT_EQ(python.exit, 0) << python.err;
+  const Json read = Json::parse(python.out);
+  EXPECT_EQ(read["header"].dump(),
+            R"(["file","status","label","x_m","y_m","z_m","EDT_s","T20_s","T30_s","C50_dB",)"
+            R"("C80_dB","D50","Ts_ms","G_dB","JLF","JLFC","STI","STI_statistic","STIPA",)"
+            R"("Alcons_STI_pct","STI_rating","message"])");
+  EXPECT_EQ(read["rows"], 20);
+  EXPECT_TRUE(read["numeric"].get<bool>());
+  // The numbers read back to the doubles of the JSON rows.
+  args[2] = "jsonl";
+  const std::vector<Json> rows = JsonLines(Run(args).out);
+  for (std::size_t i = 0; i < rows.size(); ++i) EXPECT_EQ(read["c80"][i], rows[i]["C80_dB"]);
+}
+
+// Beyond one process: GNU parallel splits the names into two shards, each a zyra-rsp of its own,
+// and the rows joined in order are exactly those of one run.
+TEST_F(ZyraRspTest, GnuParallelShardsGiveTheRowsOfOneRun) {
+  if (std::system("command -v parallel >/dev/null 2>&1") != 0) {
+    GTEST_SKIP() << "GNU parallel is not installed (scripts/install-deps.sh installs it)";
+  }
+  std::vector<std::string> seats = Seats();
+  seats.resize(20);
+  const std::string list = NameList(seats);
+  const std::string exe = Quoted(ZYRA_RSP_EXE);
+  for (const char* format : {"jsonl", "csv"}) {
+    SCOPED_TRACE(format);
+    const RunResult one = Run({"eval", "-", "--format", format}, "", list);
+    ASSERT_EQ(one.exit, 0) << one.err;
+    const std::string header = format == std::string("csv") ? "--no-header" : "";
+    const RunResult shards = RunShell("parallel --will-cite --pipe -N 10 --keep-order -j 2 " + exe +
+                                          " eval - --format " + format + " " + header + " -j 1",
+                                      list);
+    ASSERT_EQ(shards.exit, 0) << shards.err;
+    const std::string joined =
+        header.empty() ? shards.out : one.out.substr(0, one.out.find('\n') + 1) + shards.out;
+    EXPECT_EQ(joined, one.out);
+    EXPECT_EQ(std::count(one.out.begin(), one.out.end(), '\n'), header.empty() ? 20 : 21);
+  }
+}
+
+// The map leaves out what fails, says so, and is written all the same.
+TEST_F(ZyraRspTest, MapLeavesFailuresOutWithANote) {
+  std::vector<std::string> files = Seats();
+  files.resize(12);
+  files.insert(files.begin() + 5, folder_ / "not-there.rsp");
+  const fs::path png = folder_ / "c80.png";
+  std::vector<std::string> args{"map", "--param", "C80", "--band", "1000", "-o", png};
+  args.insert(args.end(), files.begin(), files.end());
+  const RunResult result = Run(args);
+  EXPECT_EQ(result.exit, 1);
+  EXPECT_NE(result.err.find("not-there.rsp: left out of the map: No such file"), std::string::npos)
+      << result.err;
+  EXPECT_EQ(ReadWholeFile(png).substr(0, 8), "\x89PNG\r\n\x1a\n");
+  const RunResult none = Run({"map", folder_ / "not-there.rsp", "--param", "STI", "-o", png});
+  EXPECT_EQ(none.exit, 1);
+  EXPECT_NE(none.err.find("not written"), std::string::npos) << none.err;
+  EXPECT_TRUE(fs::exists(folder_ / "demo-seats-c80.svg"));
+  EXPECT_TRUE(fs::exists(folder_ / "demo-seats-sti.svg"));
+}
+
+// The bar of a batch counts files; the rows on standard output stay clean of it.
+TEST_F(ZyraRspTest, BatchProgressCountsFilesOnATerminal) {
+  const std::string log = folder_ / "typescript-batch";
+  const fs::path out = folder_ / "rows.csv";
+  const std::vector<std::string> seats = Seats();
+  const std::string command = Quoted(ZYRA_RSP_EXE) + " eval " + Quoted(seats[0]) + " " +
+                              Quoted(seats[1]) + " --format csv >" + Quoted(out);
+  const int status = std::system(
+      ("script -qec " + Quoted(command) + " " + Quoted(log) + " >/dev/null 2>&1").c_str());
+  ASSERT_EQ(WEXITSTATUS(status), 0);
+  EXPECT_NE(ReadWholeFile(log).find("Files 1 of 2 ["), std::string::npos) << ReadWholeFile(log);
+  const std::string rows = ReadWholeFile(out);
+  EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 3);
+  EXPECT_EQ(rows.find('\r'), std::string::npos);
 }
 
 }  // namespace

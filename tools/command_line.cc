@@ -10,7 +10,11 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tools/band_choice.h"
+#include "tools/file_list.h"
 #include "tools/picture.h"
+#include "tools/receiver_columns.h"
+#include "tools/seat_grid.h"
 #include "zyra/support/errors.h"
 
 namespace zyra::tool {
@@ -74,6 +78,69 @@ const CLI::Validator kFitLimits(
     },
     "T1,T2", "FitLimits");
 
+// A band by number or centre frequency (`--band 11`, `--band 1000`), handed on as its number.
+const CLI::Validator kBandChoice(
+    [](std::string& value) -> std::string {
+      std::string problem;
+      const auto band = ParseBand(value, problem);
+      if (!band) return problem;
+      value = std::to_string(*band);
+      return "";
+    },
+    "1...21|HZ", "BandChoice");
+
+// `N,M,...`: exactly `count` finite numbers separated by commas.
+std::optional<std::vector<double>> NumberList(const std::string& sList, std::size_t count) {
+  std::vector<double> numbers;
+  std::stringstream items(sList);
+  std::string item;
+  while (std::getline(items, item, ',')) {
+    std::size_t used = 0;
+    try {
+      numbers.push_back(std::stod(item, &used));
+    } catch (const std::exception&) {
+      return std::nullopt;
+    }
+    if (used != item.size() || !std::isfinite(numbers.back())) return std::nullopt;
+  }
+  if (numbers.size() != count || sList.back() == ',') return std::nullopt;
+  return numbers;
+}
+
+// A seating area's grid of rows and seats per row; a million receivers at most.
+constexpr int32_t kMaxGridSide = 1000;
+constexpr int64_t kMaxGridSeats = 1'000'000;
+std::optional<std::pair<int32_t, int32_t>> GridOf(const std::string& sList) {
+  const auto n = NumberList(sList, 2);
+  if (!n) return std::nullopt;
+  const double rows = (*n)[0];
+  const double seats = (*n)[1];
+  const auto whole = [](double v) { return v == std::floor(v) && v >= 1 && v <= kMaxGridSide; };
+  if (!whole(rows) || !whole(seats) || rows * seats > kMaxGridSeats) return std::nullopt;
+  return std::pair{static_cast<int32_t>(rows), static_cast<int32_t>(seats)};
+}
+
+const CLI::Validator kGrid(
+    [](const std::string& value) -> std::string {
+      return GridOf(value) ? ""
+                           : "expected rows,seats as two whole numbers 1 ... 1000, such as 12,20, "
+                             "not '" +
+                                 value + "'";
+    },
+    "NX,NY", "Grid");
+
+const CLI::Validator kArea(
+    [](const std::string& value) -> std::string {
+      const auto n = NumberList(value, 4);
+      if (!n) return "expected x0,y0,x1,y1 in m, not '" + value + "'";
+      std::string problem;
+      if (!SeatGrid(DemoHall(), 1, 1, {(*n)[0], (*n)[1], (*n)[2], (*n)[3]}, problem)) {
+        return problem;
+      }
+      return "";
+    },
+    "X0,Y0,X1,Y1", "Area");
+
 // `plot -o`: the extension chooses the picture format.
 const CLI::Validator kPictureFile(
     [](const std::string& value) -> std::string {
@@ -98,6 +165,16 @@ struct Settings {
   DemoOptions demo;
   PlotOptions plot;
   SynthOptions synth;
+  // eval over many files
+  std::vector<std::string> saEvalFiles;
+  int32_t nJobs = 0;
+  std::string sFormat;
+  std::string sBands;
+  bool bNoHeader = false;
+  MapOptions map;
+  int32_t iMapBand = kDefaultPlotBand;
+  std::string sGrid;
+  std::string sArea;
 };
 
 struct Subcommands {
@@ -108,6 +185,7 @@ struct Subcommands {
   CLI::App* demo;
   CLI::App* plot;
   CLI::App* synth;
+  CLI::App* map;
 };
 
 Subcommands Describe(CLI::App& app, Settings& s) {
@@ -123,8 +201,13 @@ Subcommands Describe(CLI::App& app, Settings& s) {
   sub.dump->add_flag("--raw", s.dump.bRaw, "skip the preparation after reading");
   sub.dump->add_flag("--log", s.dump.bLog, "print the read log to standard error");
 
-  sub.eval = app.add_subcommand("eval", "evaluate the prepared response: per-band results");
-  sub.eval->add_option("FILE", s.eval.sFile, "response file")->required();
+  sub.eval = app.add_subcommand(
+      "eval",
+      "evaluate prepared responses: one file's per-band results, or one row per file for many");
+  sub.eval
+      ->add_option("FILE", s.saEvalFiles,
+                   "response files; - reads their names from standard input, one per line")
+      ->required();
   sub.eval->add_flag("--direct-only", s.eval.bDirectOnly, "evaluate the direct sound only");
   sub.eval
       ->add_option("--interference", s.sInterference, "coherent early energy: pot, kin or pot,kin")
@@ -140,6 +223,16 @@ Subcommands Describe(CLI::App& app, Settings& s) {
       ->check(kFitLimits);
   sub.eval->add_flag("--no-masking", s.bNoMasking,
                      "no auditory masking or reception threshold in the modulation transfer");
+  sub.eval
+      ->add_option("--format", s.sFormat,
+                   "one row per file as table, json, jsonl or csv (several files: table)")
+      ->check(CLI::IsMember({"table", "json", "jsonl", "csv"}));
+  sub.eval->add_option("--bands", s.sBands, "per-band columns in the rows: octave or third")
+      ->check(CLI::IsMember({"octave", "third"}));
+  sub.eval->add_option("-j,--jobs", s.nJobs, "files evaluated at once (default: every core)")
+      ->check(CLI::Range(1, 1024));
+  sub.eval->add_flag("--no-header", s.bNoHeader,
+                     "rows without the header line of table and CSV (shards joined later)");
 
   sub.convert = app.add_subcommand("convert", "read, prepare and save a response file");
   sub.convert->add_option("IN", s.convert.sIn, "response file to read")->required();
@@ -159,23 +252,112 @@ Subcommands Describe(CLI::App& app, Settings& s) {
       ->add_option("--band", s.plot.iBand,
                    "third-octave band 1 ... 21 (11 = 1 kHz); with --decay, that band alone "
                    "instead of every octave")
-      ->check(CLI::Range(1, 21))
+      ->transform(kBandChoice)
       ->capture_default_str();
   sub.plot->add_flag("--decay", s.plot.bDecay, "the Schroeder decay curves with their T30 fits");
 
-  sub.synth = app.add_subcommand("synth", "a reproducible synthetic response of a given size");
-  sub.synth->add_option("--pulses", s.synth.nPulses, "number of pulses, 10 ... 10,000,000")
-      ->required()
-      ->check(CLI::Range(kMinPulses, kMaxPulses));
+  sub.synth = app.add_subcommand(
+      "synth", "a reproducible synthetic response of a given size, or a seating area (--grid)");
+  sub.synth
+      ->add_option("--pulses", s.synth.nPulses,
+                   "number of pulses, 10 ... 10,000,000; with --grid per seat, at least 7 "
+                   "(default: every mirror image up to order 3)")
+      ->check(CLI::Range(1, kMaxPulses));
   sub.synth->add_option("--speakers", s.synth.nSpeakers, "number of loudspeakers, 1 ... 32767")
-      ->required()
       ->check(CLI::Range(1, kMaxSpeakers));
+  sub.synth
+      ->add_option("--grid", s.sGrid,
+                   "a seating area of the demo hall: rows,seats responses into the folder -o")
+      ->check(kGrid);
+  sub.synth
+      ->add_option("--area", s.sArea,
+                   "with --grid: the seats' extent x0,y0,x1,y1 in m (default 10,3,36,22)")
+      ->check(kArea);
   // The check keeps "-1" from wrapping round to the largest seed.
   sub.synth->add_option("--seed", s.synth.lSeed, "seed of the random numbers")
       ->check(CLI::NonNegativeNumber)
       ->capture_default_str();
-  sub.synth->add_option("-o,--output", s.synth.sOut, "response file to write")->required();
+  sub.synth->add_option("-o,--output", s.synth.sOut, "response file to write (with --grid: folder)")
+      ->required();
+
+  sub.map =
+      app.add_subcommand("map", "receivers in plan view coloured by one parameter, as a picture");
+  sub.map
+      ->add_option("FILE", s.map.saFiles,
+                   "response files; - reads their names from standard input, one per line")
+      ->required();
+  sub.map
+      ->add_option("--param", s.map.sParam,
+                   "a parameter (C80, STI, T30, G, ...) or a column name of eval's rows")
+      ->required();
+  sub.map
+      ->add_option("--band", s.iMapBand,
+                   "the parameter's value in this band (number 1 ... 21 or centre frequency in "
+                   "Hz): octave value at an octave's centre, else third-octave")
+      ->transform(kBandChoice);
+  sub.map->add_option("-o,--output", s.map.sOut, "picture to write: .svg, .png or .pdf")
+      ->required()
+      ->check(kPictureFile);
+  sub.map->add_option("-j,--jobs", s.map.nJobs, "files evaluated at once (default: every core)")
+      ->check(CLI::Range(1, 1024));
   return sub;
+}
+
+// `eval` of one file keeps the single-file forms; --format, several files, a list on standard
+// input or per-band columns give rows.
+Command EvalCommand(Settings& s) {
+  const bool bList =
+      std::ranges::find(s.saEvalFiles, std::string(kNamesOnInput)) != s.saEvalFiles.end();
+  const bool bRows = !s.sFormat.empty() || s.saEvalFiles.size() > 1 || bList || !s.sBands.empty();
+  if (!bRows) {
+    if (s.bNoHeader) {
+      throw CLI::ValidationError("--no-header",
+                                 "applies to the rows of --format or of several files");
+    }
+    s.eval.sFile = s.saEvalFiles.front();
+    return s.eval;
+  }
+  if (s.eval.bJson) {
+    throw CLI::ValidationError("--json", "is the form of one file; rows take --format json");
+  }
+  EvalRowsOptions rows;
+  rows.eval = s.eval;
+  rows.saFiles = s.saEvalFiles;
+  rows.nJobs = s.nJobs;
+  rows.bHeader = !s.bNoHeader;
+  if (s.sFormat == "json") rows.eFormat = RowFormat::kJson;
+  if (s.sFormat == "jsonl") rows.eFormat = RowFormat::kJsonLines;
+  if (s.sFormat == "csv") rows.eFormat = RowFormat::kCsv;
+  if (s.sBands == "octave") rows.eBands = RowBands::kOctave;
+  if (s.sBands == "third") rows.eBands = RowBands::kThird;
+  return rows;
+}
+
+// `synth --grid`: the seating area; the synthesiser's own choices do not apply.
+Command SeatGridCommand(const Subcommands& sub, Settings& s) {
+  for (const char* name : {"--speakers", "--seed"}) {
+    if (sub.synth->get_option(name)->count() > 0) {
+      throw CLI::ValidationError(name,
+                                 "not with --grid: the seats hear the demo hall's "
+                                 "loudspeakers");
+    }
+  }
+  SeatGridOptions grid;
+  std::tie(grid.nRows, grid.nSeats) = *GridOf(s.sGrid);
+  if (sub.synth->get_option("--pulses")->count() > 0) {
+    if (s.synth.nPulses < HallLoudspeakerCount()) {
+      throw CLI::ValidationError("--pulses", "with --grid at least " +
+                                                 std::to_string(HallLoudspeakerCount()) +
+                                                 ", one direct sound per loudspeaker");
+    }
+    grid.nPulses = s.synth.nPulses;
+  }
+  if (!s.sArea.empty()) {
+    const auto n = *NumberList(s.sArea, 4);
+    grid.area = {n[0], n[1], n[2], n[3]};
+  }
+  grid.sOutDir = s.synth.sOut;
+  return grid;
 }
 
 Command Chosen(const Subcommands& sub, Settings& s) {
@@ -188,13 +370,29 @@ Command Chosen(const Subcommands& sub, Settings& s) {
       std::tie(s.eval.dFitUpper, s.eval.dFitLower) = *FitLimits(s.sFitLimits);
     }
     s.eval.bMasking = !s.bNoMasking;
-    return s.eval;
+    return EvalCommand(s);
+  }
+  if (sub.map->parsed()) {
+    if (sub.map->get_option("--band")->count() > 0) s.map.iBand = s.iMapBand;
+    std::string problem;
+    if (!MapColumnOf(s.map.sParam, s.map.iBand, problem)) {
+      throw CLI::ValidationError("--param", problem);
+    }
+    return s.map;
   }
   if (sub.convert->parsed()) return s.convert;
   if (sub.demo->parsed()) return s.demo;
   if (sub.plot->parsed()) {
     s.plot.bOneBand = sub.plot->get_option("--band")->count() > 0;
     return s.plot;
+  }
+  if (!s.sGrid.empty()) return SeatGridCommand(sub, s);
+  for (const char* name : {"--pulses", "--speakers"}) {
+    if (sub.synth->get_option(name)->count() == 0) throw CLI::RequiredError(name);
+  }
+  if (!s.sArea.empty()) throw CLI::ValidationError("--area", "applies to --grid only");
+  if (s.synth.nPulses < kMinPulses) {
+    throw CLI::ValidationError("--pulses", "must be 10 ... 10,000,000");
   }
   if (s.synth.nSpeakers > s.synth.nPulses) {
     // Every loudspeaker has its direct sound among the pulses.
@@ -261,6 +459,9 @@ int RunCommand(const Command& command) {
     int operator()(const DemoOptions& o) const { return RunDemo(o); }
     int operator()(const PlotOptions& o) const { return RunPlot(o); }
     int operator()(const SynthOptions& o) const { return RunSynth(o); }
+    int operator()(const EvalRowsOptions& o) const { return RunEvalRows(o); }
+    int operator()(const MapOptions& o) const { return RunMap(o); }
+    int operator()(const SeatGridOptions& o) const { return RunSeatGrid(o); }
   };
   return std::visit(Runner{}, command);
 }

@@ -12,8 +12,9 @@
 
 namespace zyra::tool {
 
-using Command = std::variant<InfoOptions, DumpOptions, EvalOptions, ConvertOptions, DemoOptions,
-                             PlotOptions, SynthOptions>;
+using Command =
+    std::variant<InfoOptions, DumpOptions, EvalOptions, ConvertOptions, DemoOptions, PlotOptions,
+                 SynthOptions, EvalRowsOptions, MapOptions, SeatGridOptions>;
 
 // The outcome of parsing: a command to run, or the exit status when there is nothing to run
 // (0 after --help or --version, kExitUsage after a wrong command line, whose message went

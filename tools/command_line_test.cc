@@ -37,6 +37,22 @@ TEST(CommandLineTest, WrongUsageExitsWithTwo) {
       {"synth", "--pulses", "10000001", "--speakers", "1", "-o", "s.rsp"},
       {"synth", "--pulses", "10", "--speakers", "11", "-o", "s.rsp"},
       {"synth", "--pulses", "100", "--speakers", "2", "--seed", "-1", "-o", "s.rsp"},
+      {"plot", "a.rsp", "-o", "etc.svg", "--band", "1001"},
+      {"eval", "a.rsp", "b.rsp", "--json"},
+      {"eval", "a.rsp", "--no-header"},
+      {"eval", "a.rsp", "--format", "xml"},
+      {"eval", "-", "--bands", "ninth"},
+      {"map", "a.rsp", "--param", "C81", "-o", "m.svg"},
+      {"map", "a.rsp", "--param", "MTI", "--band", "1250", "-o", "m.svg"},
+      {"map", "a.rsp", "--param", "STI", "--band", "1000", "-o", "m.svg"},
+      {"map", "a.rsp", "--param", "SchrRTime", "-o", "m.svg"},
+      {"map", "a.rsp", "--param", "STI"},
+      {"synth", "--grid", "0,3", "-o", "seats"},
+      {"synth", "--grid", "3", "-o", "seats"},
+      {"synth", "--grid", "3,4", "--speakers", "2", "-o", "seats"},
+      {"synth", "--grid", "3,4", "--pulses", "6", "-o", "seats"},
+      {"synth", "--grid", "3,4", "--area", "0,3,36,22", "-o", "seats"},
+      {"synth", "--pulses", "100", "--speakers", "2", "--area", "1,1,2,2", "-o", "s.rsp"},
   };
   for (const auto& args : rows) {
     const Outcome outcome = Parse(args);
@@ -49,7 +65,7 @@ TEST(CommandLineTest, WrongUsageExitsWithTwo) {
   }
   EXPECT_EQ(Parse({"frobnicate", "a.rsp"}).err,
             "zyra-rsp: unknown command 'frobnicate'; the commands are info, dump, eval, convert, "
-            "demo, plot, synth\n");
+            "demo, plot, synth, map\n");
   EXPECT_EQ(Parse({"info"}).err, "zyra-rsp: info: FILE is required (see zyra-rsp info --help)\n");
   EXPECT_EQ(Parse({"--version"}).parsed.exitStatus, kExitSuccess);
   EXPECT_EQ(Parse({"--version"}).out, AppVersionString() + "\n");
@@ -113,6 +129,32 @@ TEST(CommandLineTest, FitLimitsAndPictureFormats) {
   const auto band =
       Parsed<PlotOptions>({"plot", "a.rsp", "--decay", "--band", "11", "-o", "d.png"});
   EXPECT_TRUE(band.bDecay && band.bOneBand && band.iBand == 11);
+  EXPECT_EQ(Parsed<PlotOptions>({"plot", "a.rsp", "--band", "2kHz", "-o", "d.png"}).iBand, 14);
+}
+
+// One file without --format keeps the single-file forms; --format, several files, a list on
+// standard input or per-band columns give rows.
+TEST(CommandLineTest, RowsMapsAndSeatingAreas) {
+  EXPECT_EQ(Parsed<EvalOptions>({"eval", "a.rsp", "--json"}).sFile, "a.rsp");
+  const auto one = Parsed<EvalRowsOptions>({"eval", "a.rsp", "--format", "csv", "--no-masking"});
+  EXPECT_TRUE(one.eFormat == RowFormat::kCsv && !one.eval.bMasking && one.nJobs == 0);
+  const auto many = Parsed<EvalRowsOptions>({"eval", "a.rsp", "b.rsp", "-j", "3"});
+  EXPECT_TRUE(many.eFormat == RowFormat::kTable && many.nJobs == 3 && many.bHeader);
+  EXPECT_EQ(many.saFiles, (std::vector<std::string>{"a.rsp", "b.rsp"}));
+  const auto listed = Parsed<EvalRowsOptions>({"eval", "-", "--bands", "third", "--no-header"});
+  EXPECT_TRUE(listed.eBands == RowBands::kThird && !listed.bHeader);
+  EXPECT_TRUE(Parsed<EvalRowsOptions>({"eval", "a.rsp", "--bands", "octave"}).eBands ==
+              RowBands::kOctave);
+  const auto map = Parsed<MapOptions>(
+      {"map", "a.rsp", "b.rsp", "--param", "C80", "--band", "1000", "-o", "m.png"});
+  EXPECT_EQ(map.iBand, 11);
+  EXPECT_FALSE(Parsed<MapOptions>({"map", "-", "--param", "C80_250Hz_dB", "-o", "m.pdf"}).iBand);
+  const auto grid = Parsed<SeatGridOptions>(
+      {"synth", "--grid", "12,20", "--pulses", "3000", "--area", "10,3,30,20", "-o", "seats"});
+  EXPECT_EQ(grid.nRows * 100 + grid.nSeats, 1220);
+  EXPECT_EQ(grid.nPulses, 3000);
+  EXPECT_EQ(grid.area, (std::array<double, 4>{10, 3, 30, 20}));
+  EXPECT_EQ(Parsed<SeatGridOptions>({"synth", "--grid", "1,1", "-o", "seats"}).nPulses, 0);
 }
 
 }  // namespace

@@ -12,6 +12,9 @@
 #include <iostream>
 #include <random>
 
+#include "zyra/facade/file_access.h"
+#include "zyra/version.h"
+
 namespace zyra::tool {
 namespace {
 
@@ -57,7 +60,7 @@ bool WriteAll(int fd, std::span<const uint8_t> bytes, const std::function<bool(d
 }  // namespace
 
 std::string AppVersionString() {
-  return std::string("zyra-rsp ") + ZYRA_VERSION;
+  return std::string("zyra-rsp ") + ZYRA_VERSION_STRING;
 }
 
 SplitPath SplitFilePath(const std::string& sFilePath) {

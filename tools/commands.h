@@ -2,11 +2,17 @@
 #ifndef ZYRA_TOOLS_COMMANDS_H_
 #define ZYRA_TOOLS_COMMANDS_H_
 
+#include <array>
 #include <cstdint>
 #include <functional>
 #include <iosfwd>
+#include <optional>
 #include <span>
 #include <string>
+#include <vector>
+
+#include "tools/picture.h"
+#include "tools/row_kinds.h"
 
 namespace zyra::tool {
 
@@ -76,6 +82,34 @@ struct SynthOptions {
   std::string sOut;
 };
 
+// `eval` over any number of files, or with --format: one row per file, in input order.
+struct EvalRowsOptions {
+  EvalOptions eval;                  // the evaluation's settings; its sFile is not used
+  std::vector<std::string> saFiles;  // "-" stands for the names on standard input
+  int32_t nJobs = 0;                 // files evaluated at once; 0: every core
+  RowFormat eFormat = RowFormat::kTable;
+  RowBands eBands = RowBands::kNone;
+  bool bHeader = true;  // the header line of the table and CSV
+};
+
+// `map`: the receivers in plan view, coloured by one column of their rows.
+struct MapOptions {
+  std::vector<std::string> saFiles;  // "-" stands for the names on standard input
+  std::string sParam;                // a parameter ("C80") or a column name ("C80_1000Hz_dB")
+  std::optional<int32_t> iBand;      // third-octave band 1 ... 21
+  std::string sOut;                  // .svg, .png or .pdf
+  int32_t nJobs = 0;
+};
+
+// `synth --grid`: a seating area of the demo hall, one response file per seat.
+struct SeatGridOptions {
+  int32_t nRows = 0;                          // along x, away from the stage
+  int32_t nSeats = 0;                         // along y, across the hall
+  int32_t nPulses = 0;                        // per seat; 0: every mirror image up to order 3
+  std::optional<std::array<double, 4>> area;  // x0, y0, x1, y1 in m; none: the hall's stalls
+  std::string sOutDir;
+};
+
 // The commands; each returns the exit status.
 int RunInfo(const InfoOptions& options);
 int RunDump(const DumpOptions& options);
@@ -84,14 +118,9 @@ int RunConvert(const ConvertOptions& options);
 int RunDemo(const DemoOptions& options);
 int RunPlot(const PlotOptions& options);
 int RunSynth(const SynthOptions& options);
-
-// A file name as the reader takes it: sPath is the folder part with its trailing "/" (empty
-// for a bare name), sFile the rest, so that sPath + sFile is the name given.
-struct SplitPath {
-  std::string sPath;
-  std::string sFile;
-};
-SplitPath SplitFilePath(const std::string& sFilePath);
+int RunEvalRows(const EvalRowsOptions& options);
+int RunMap(const MapOptions& options);
+int RunSeatGrid(const SeatGridOptions& options);
 
 // Writes `bytes` to `sTarget` so that the target is either the old file or the complete new
 // one, never something in between: the bytes go to a fresh temporary file beside the target,
@@ -107,6 +136,10 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
 // Makes a write past the file-size limit fail with an error (EFBIG) instead of ending the
 // process with SIGXFSZ, so that the temporary file can be removed and the failure reported.
 void IgnoreFileSizeSignal();
+
+// Draws a picture in the format of sTarget's extension (.svg, .png, .pdf) on a page of `size`
+// and writes it whole, as WriteFileAtomically does; a failure is reported by its error line.
+bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw);
 
 // One error line "zyra-rsp: FILE: message" (line breaks in the message become blanks).
 void PrintErrorLine(std::ostream& err, const std::string& sFile, const std::string& sMessage);

@@ -14,25 +14,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-TEST(SplitFilePathTest, FolderKeepsItsTrailingSlash) {
-  const struct {
-    const char* given;
-    const char* path;
-    const char* file;
-  } rows[] = {
-      {"hall.rsp", "", "hall.rsp"},
-      {"/abs/data/hall.rsp", "/abs/data/", "hall.rsp"},
-      {"data//hall.rsp", "data//", "hall.rsp"},
-      {"data/", "data/", ""},
-      {"", "", ""},
-      {"dir.v2/hall", "dir.v2/", "hall"},
-  };
-  for (const auto& row : rows) {
-    const SplitPath split = SplitFilePath(row.given);
-    EXPECT_EQ(split.sPath + "|" + split.sFile, std::string(row.path) + "|" + row.file) << row.given;
-  }
-}
-
 // Writes succeed whole or leave the old file, and never leave a temporary behind.
 TEST(WriteFileAtomicallyTest, ReplacesWholeOrLeavesTheOldFile) {
   const testing::TempFolder temp;

@@ -8,6 +8,7 @@
 
 #include "zyra/support/calculation.h"
 #include "zyra/support/conversions.h"
+#include "zyra/support/errors.h"
 
 namespace zyra::tool {
 namespace {
@@ -15,7 +16,7 @@ namespace {
 using Vec = std::array<double, 3>;
 
 constexpr double kSpeedOfSound = 343.0;  // m/s at 20 °C
-constexpr int32_t kMaxOrder = 3;
+constexpr int32_t kDemoOrder = 3;        // the demo's images: every one up to this order
 constexpr double kRadToDeg = 180.0 / std::numbers::pi;
 
 // Band k (1 ... 21) is the third octave 100 Hz ... 10 kHz; band 11 is 1 kHz.
@@ -86,19 +87,30 @@ struct ImagePulse {
   int32_t iOrder;
 };
 
-std::vector<ImagePulse> Images(const HallModel& hall, const Vec& source) {
+// The number of mirror images up to order n in a shoebox, the source itself included.
+int64_t ImageCount(int64_t n) {
+  return (2 * n + 1) * (2 * n * n + 2 * n + 3) / 3;
+}
+
+// The first nImages images of `source`: the direct sound first, then by order, as a tracer
+// would find them. Within an order the sequence does not depend on the source, so that the
+// k-th image of a coherent group's members is the same reflection path as its pseudo
+// loudspeaker's k-th.
+std::vector<ImagePulse> Images(const HallModel& hall, const Vec& source, int32_t nImages) {
+  int maxOrder = 0;
+  while (ImageCount(maxOrder) < nImages) ++maxOrder;
   std::vector<ImagePulse> images;
-  for (int nx = -kMaxOrder; nx <= kMaxOrder; ++nx) {
-    for (int ny = -kMaxOrder; ny <= kMaxOrder; ++ny) {
-      for (int nz = -kMaxOrder; nz <= kMaxOrder; ++nz) {
+  for (int nx = -maxOrder; nx <= maxOrder; ++nx) {
+    for (int ny = -maxOrder; ny <= maxOrder; ++ny) {
+      for (int nz = -maxOrder; nz <= maxOrder; ++nz) {
         const int order = std::abs(nx) + std::abs(ny) + std::abs(nz);
-        if (order <= kMaxOrder) images.push_back({Image(hall, source, nx, ny, nz), order});
+        if (order <= maxOrder) images.push_back({Image(hall, source, nx, ny, nz), order});
       }
     }
   }
-  // The direct sound first, then by order, as a tracer would find them.
   std::stable_sort(images.begin(), images.end(),
                    [](const ImagePulse& a, const ImagePulse& b) { return a.iOrder < b.iOrder; });
+  images.resize(static_cast<std::size_t>(nImages));
   return images;
 }
 
@@ -255,9 +267,30 @@ void FillHallInfoBlocks(CProbeRspClass& cFile, const HallModel& hall, const std:
                                   std::to_string(static_cast<int>(hall.dHeight)) + " m\n");
 }
 
+int32_t HallLoudspeakerCount() {
+  return static_cast<int32_t>(DemoSpeakers().size());
+}
+
+int32_t HallDefaultPulses() {
+  return HallLoudspeakerCount() * static_cast<int32_t>(ImageCount(kDemoOrder));
+}
+
 void BuildDemoHall(CProbeRspClass& cFile) {
-  const HallModel hall = DemoHall();
+  BuildHallResponse(cFile, DemoHall(), "Seat R12 S14", HallDefaultPulses());
+}
+
+void BuildHallResponse(CProbeRspClass& cFile, const HallModel& hall, const std::string& sLabel,
+                       int32_t nPulses) {
   const std::vector<Speaker> speakers = DemoSpeakers();
+  const auto nSpeakers = static_cast<int32_t>(speakers.size());
+  const auto nSingles =
+      static_cast<int32_t>(std::ranges::count(speakers, Speaker::kSingle, &Speaker::eRole));
+  if (nPulses < nSpeakers) RaiseError(kErrInvalidCall);
+  // Every loudspeaker gets the same number of images, so that each member of the coherent group
+  // has a bundle pulse for each of its pseudo loudspeaker's; the remainder goes to the single
+  // loudspeakers.
+  const int32_t nEach = nPulses / nSpeakers;
+  const int32_t nRest = nPulses % nSpeakers;
   CSystemResponse& rsp = *cFile.Rsp();
   CLspInfoBufferClass& lsps = *rsp.LspInfos();
   CPulsBufferClass& pulses = *rsp.Pulses();
@@ -294,7 +327,14 @@ void BuildDemoHall(CProbeRspClass& cFile) {
       powerEnergy += std::pow(10.0, (speaker.dLevel1k + 11.0 - kDirectivity[11]) / 10.0);
     }
 
-    const std::vector<ImagePulse> images = Images(hall, speaker.site);
+    int32_t nImages = nEach;
+    if (speaker.eRole == Speaker::kSingle) {
+      const auto iSingle = static_cast<int32_t>(
+          std::count_if(speakers.begin(), speakers.begin() + static_cast<std::ptrdiff_t>(s),
+                        [](const Speaker& x) { return x.eRole == Speaker::kSingle; }));
+      nImages += nRest / nSingles + (iSingle < nRest % nSingles ? 1 : 0);
+    }
+    const std::vector<ImagePulse> images = Images(hall, speaker.site, nImages);
     for (std::size_t k = 0; k < images.size(); ++k) {
       std::shared_ptr<CPulsClass> puls = MakePuls(hall, speaker, images[k], iLsp);
       switch (speaker.eRole) {
@@ -321,7 +361,7 @@ void BuildDemoHall(CProbeRspClass& cFile) {
   }
   pulses.UpdateMaxOrderAndID();
   pulses.UpdateMaxSPL();
-  FillHallInfoBlocks(cFile, hall, "Seat R12 S14", 10.0 * std::log10(powerEnergy));
+  FillHallInfoBlocks(cFile, hall, sLabel, 10.0 * std::log10(powerEnergy));
 }
 
 }  // namespace zyra::tool

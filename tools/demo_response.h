@@ -41,6 +41,19 @@ void FillHallInfoBlocks(CProbeRspClass& cFile, const HallModel& hall, const std:
 // The pulses are as a file would hold them: pseudo levels are summed by the preparation.
 void BuildDemoHall(CProbeRspClass& cFile);
 
+// The response of the demo's loudspeakers in `hall` at hall.receiver, the probe labelled sLabel:
+// each loudspeaker's mirror images by rising order until the pulses number nPulses. Direct
+// sound and reflections follow from the positions: travel times from the distances, levels
+// from the distance law, the walls' absorption, the air and the boxes' directivity. Error 5
+// for fewer pulses than loudspeakers.
+void BuildHallResponse(CProbeRspClass& cFile, const HallModel& hall, const std::string& sLabel,
+                       int32_t nPulses);
+
+// The demo's loudspeakers, the least number of pulses of BuildHallResponse (direct sounds only).
+int32_t HallLoudspeakerCount();
+// The demo's pulses: every image up to order 3 of every loudspeaker.
+int32_t HallDefaultPulses();
+
 }  // namespace zyra::tool
 
 #endif  // ZYRA_TOOLS_DEMO_RESPONSE_H_

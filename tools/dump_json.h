@@ -6,7 +6,7 @@
 #include <ostream>
 
 #include "tools/json_forms.h"
-#include "tools/response_session.h"
+#include "zyra/facade/response.h"
 #include "zyra/format/file_header.h"
 #include "zyra/rsp/probe_rsp.h"
 

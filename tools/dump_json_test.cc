@@ -91,15 +91,15 @@ TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
 }
 
 TEST(EvalJsonTest, LayoutAndDerivedValues) {
-  Evaluation evaluation;
-  evaluation.results = std::make_shared<CCalcResults>();
-  CCalcResults& r = *evaluation.results;
+  auto results = std::make_shared<CCalcResults>();
+  CCalcResults& r = *results;
   r.SettSplit(30.0);
   r.SettDiff(80.0);
   r.AddPulsEnergy(11, 0.0, 3.0, true);
   r.AddPulsEnergy(11, 60.0, 1.0, false);
-  evaluation.alcons = {true, true, 6};
-  evaluation.alconsValues[1][50] = 2.5;
+  AlconsValues alcons{};
+  alcons[1][50] = 2.5;
+  const Evaluation evaluation(results, true, {true, true, 6}, alcons);
   const Json json = EvalJson(evaluation);
   EXPECT_EQ(Keys(json), (Keylist{"calculate", "times", "bands", "split", "Exx", "ExxSum",
                                  "ExxHallSum", "alcons", "derived"}));

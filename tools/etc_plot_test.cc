@@ -12,9 +12,8 @@
 #include <gtest/gtest.h>
 
 #include "tools/commands.h"
-#include "tools/input_file.h"
 #include "tools/plot_data.h"
-#include "tools/response_session.h"
+#include "zyra/facade/response.h"
 
 namespace zyra::tool {
 namespace {
@@ -160,13 +159,9 @@ TEST(PlotCommandTest, DemoTailAndPictures) {
   DemoOptions demo;
   demo.sOutDir = dir;
   ASSERT_EQ(RunDemo(demo), kExitSuccess);
-  CProbeRspClass file;
-  InputFile input;
-  std::string sProblem;
-  ASSERT_TRUE(input.Open(dir / "demo-hall.rsp", sProblem)) << sProblem;
-  ASSERT_TRUE(IsCleanRead(input.Read(file, nullptr, nullptr)));
-  ASSERT_FALSE(PrepareResponse(file, nullptr).error);
-  const Evaluation evaluation = EvaluateResponse(file, false, {}, nullptr);
+  Response response = Response::Open(dir / "demo-hall.rsp");
+  const CProbeRspClass& file = response.Model();
+  const Evaluation evaluation = response.Evaluate();
   for (const int32_t band : {3, 11, 21}) {
     const EtcPlotData plot = BuildEtcPlotData(file, evaluation, band, "");
     ASSERT_FALSE(plot.tail.empty()) << band;

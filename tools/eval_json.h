@@ -6,9 +6,9 @@
 #include <array>
 
 #include "tools/json_forms.h"
-#include "tools/response_session.h"
 #include "zyra/calc/calc_results.h"
 #include "zyra/calc/room_parameters.h"
+#include "zyra/facade/response.h"
 
 namespace zyra::tool {
 

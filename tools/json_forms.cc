@@ -34,21 +34,6 @@ Json DoubleJson(std::optional<double> value) {
   return value ? DoubleJson(*value) : Json(nullptr);
 }
 
-std::string Latin1ToUtf8(std::string_view sLatin1) {
-  std::string utf8;
-  utf8.reserve(sLatin1.size());
-  for (const char c : sLatin1) {
-    const auto code = static_cast<unsigned char>(c);
-    if (code < 0x80) {
-      utf8 += c;
-    } else {
-      utf8 += static_cast<char>(0xC0 | (code >> 6));
-      utf8 += static_cast<char>(0x80 | (code & 0x3F));
-    }
-  }
-  return utf8;
-}
-
 Json TextJson(std::string_view sLatin1) {
   return Latin1ToUtf8(sLatin1);
 }
@@ -82,24 +67,6 @@ Json DoubleTable(std::span<const double> values, int32_t nRows, int32_t nCols) {
     return values[static_cast<std::size_t>(i) * static_cast<std::size_t>(nCols) +
                   static_cast<std::size_t>(j)];
   });
-}
-
-std::optional<double> Clarity(double dEarly, double dTotal) {
-  const double late = dTotal - dEarly;
-  if (late == 0.0) return std::nullopt;
-  const double ratio = dEarly / late;
-  if (!(ratio > 0.0)) return std::nullopt;
-  return 10.0 * std::log10(ratio);
-}
-
-std::optional<double> Definition(double dE50, double dTotal) {
-  if (dTotal == 0.0) return std::nullopt;
-  return dE50 / dTotal;
-}
-
-std::optional<double> TotalLevel(double dTotal) {
-  if (!(dTotal > 0.0)) return std::nullopt;
-  return 10.0 * std::log10(dTotal);
 }
 
 BandValues ClarityBands(BandEnergies daEarly, BandEnergies daTotal) {

@@ -12,6 +12,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "zyra/facade/derived.h"
+#include "zyra/facade/text_forms.h"
+
 namespace zyra::tool {
 
 // Objects keep their keys in the order written, so the output follows the documented layouts.
@@ -25,8 +28,7 @@ Json DoubleJson(double value);
 // An optional Double: null when absent.
 Json DoubleJson(std::optional<double> value);
 
-// A text of one byte per character (Latin-1, 0 ... 255) as UTF-8.
-std::string Latin1ToUtf8(std::string_view sLatin1);
+// A text of one byte per character (Latin-1, 0 ... 255) as a UTF-8 string.
 Json TextJson(std::string_view sLatin1);
 
 Json SinglesJson(std::span<const float> values);
@@ -56,13 +58,7 @@ inline constexpr std::size_t kBandSlots = 22;
 using BandEnergies = std::span<const double, kBandSlots>;
 using BandValues = std::array<std::optional<double>, kBandSlots>;
 
-// Clarity in dB: C = 10·log10(Eearly / (Etotal − Eearly)); C50 with E50, C80 with E80.
-std::optional<double> Clarity(double dEarly, double dTotal);
-// Definition: D50 = E50 / Etotal (a fraction 0 ... 1, not percent).
-std::optional<double> Definition(double dE50, double dTotal);
-// The total level in dB: 10·log10(Etotal), energies being on the scale 10^(SPL/10).
-std::optional<double> TotalLevel(double dTotal);
-
+// Clarity, Definition and TotalLevel (zyra/facade/derived.h) over the 22 slots.
 BandValues ClarityBands(BandEnergies daEarly, BandEnergies daTotal);
 BandValues DefinitionBands(BandEnergies daE50, BandEnergies daTotal);
 BandValues TotalLevelBands(BandEnergies daTotal);

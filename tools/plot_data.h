@@ -7,7 +7,7 @@
 
 #include "tools/decay_plot.h"
 #include "tools/etc_plot.h"
-#include "tools/response_session.h"
+#include "zyra/facade/response.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {

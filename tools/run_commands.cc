@@ -1,24 +1,27 @@
-// The seven commands of zyra-rsp over the host sequence of response_session.h.
+// The seven commands of zyra-rsp over the facade (zyra/facade/response.h): each opens, evaluates
+// and presents; what a failure says comes from the facade's ResponseError.
 #include <filesystem>
 #include <iostream>
 #include <limits>
 #include <sstream>
 
+#include "tools/batch_commands.h"
 #include "tools/commands.h"
 #include "tools/decay_plot.h"
 #include "tools/demo_response.h"
 #include "tools/dump_json.h"
 #include "tools/etc_plot.h"
 #include "tools/eval_json.h"
-#include "tools/input_file.h"
 #include "tools/picture.h"
 #include "tools/plot_data.h"
 #include "tools/progress_bar.h"
 #include "tools/report.h"
-#include "tools/response_session.h"
 #include "tools/save_image.h"
 #include "tools/synth_file.h"
 #include "zyra/calc/room_parameters.h"
+#include "zyra/facade/file_access.h"
+#include "zyra/facade/text_forms.h"
+#include "zyra/format/block_walk.h"
 #include "zyra/support/calculation.h"
 
 namespace zyra::tool {
@@ -27,21 +30,13 @@ namespace {
 // The blocks `info` lists at most; a real file has eight or nine.
 constexpr std::size_t kInfoMaxBlocks = 1000;
 
-// A library message on one line: control characters (the reader's NUL before the file name
-// among them) become blanks, Latin-1 becomes UTF-8, surrounding blanks go.
-std::string MessageLine(const std::string& sMessage) {
-  std::string line;
-  for (const char c : sMessage) {
-    const bool control = static_cast<unsigned char>(c) < 0x20;
-    if (control && (line.empty() || line.back() == ' ')) continue;
-    line += control ? ' ' : c;
-  }
-  while (!line.empty() && line.back() == ' ') line.pop_back();
-  return Latin1ToUtf8(line);
-}
-
 std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
+}
+
+// The exit status of a command that failed: 130 when Ctrl-C stopped it, as shells report it.
+int FailureStatus(const TerminalProgress& progress) {
+  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
 }
 
 // The one line for a read that was not clean, with the place where the reader stopped.
@@ -58,111 +53,60 @@ void PrintJson(const Json& document) {
   std::cout.flush();
 }
 
-// A file that reads cleanly and prepares without error, or the exit status after the error
-// line (and, for `json`, the JSON of the failure on standard output).
-struct Session {
-  CProbeRspClass file;
-  ReadOutcome read;
-  InitOutcome init;
-};
-
-int OpenAndPrepare(const std::string& sFile, Session& session, TerminalProgress& progress,
-                   bool bJsonFailures) {
-  InputFile input;
-  std::string sProblem;
-  if (!input.Open(sFile, sProblem)) {
-    PrintErrorLine(sFile, sProblem);
-    return kExitFailure;
-  }
-  progress.Begin("Reading");
-  session.read = input.Read(session.file, &progress, nullptr);
-  progress.Done();
-  if (!IsCleanRead(session.read)) {
-    if (bJsonFailures) {
-      PrintJson(Json{{"read", Json{{"result", session.read.lResult},
-                                   {"message", TextJson(session.read.sMessage)}}}});
-    }
-    PrintErrorLine(sFile, ReadProblem(session.read, session.file));
-    return kExitFailure;
-  }
-  progress.Begin("Preparing");
-  session.init = PrepareResponse(session.file, &progress);
-  progress.Done();
-  if (session.init.error) {
-    if (bJsonFailures) PrintJson(ErrorJson(*session.init.error));
-    PrintErrorLine(sFile, "preparation failed: " + ErrorText(*session.init.error));
-    return kExitFailure;
-  }
-  if (progress.IsCancelled()) {
-    PrintErrorLine(sFile, "cancelled");
-    return kExitInterrupted;
-  }
-  return kExitSuccess;
+// The tool reads with its own application text and shows progress on the terminal.
+OpenOptions ToolOpenOptions(TerminalProgress& progress) {
+  OpenOptions options;
+  options.sAppVrsnString = AppVersionString();
+  options.cBusy = &progress;
+  return options;
 }
 
-// Evaluates; a run-time error becomes the error line (and its JSON).
-std::optional<Evaluation> Evaluate(const std::string& sFile, Session& session, bool bDirectOnly,
-                                   const AlconsSettings& alcons, TerminalProgress& progress,
-                                   bool bJsonFailures) {
+// The error line of a failure and, for `json`, its JSON on standard output: the read outcome
+// for a read that was not clean, the run-time error (or the problem) for a later step.
+void ReportFailure(const ResponseError& error, TerminalProgress& progress, bool bJsonFailures) {
+  progress.Done();
+  if (bJsonFailures && error.Fault() != ResponseFault::kFileAccess) {
+    if (const auto& read = error.Read()) {
+      PrintJson(
+          Json{{"read", Json{{"result", read->lResult}, {"message", TextJson(read->sMessage)}}}});
+    } else {
+      PrintJson(ErrorJson(ErrorInfo{error.Number(), error.Description()}));
+    }
+  }
+  PrintErrorLine(error.FilePath(), error.Message());
+}
+
+// A file that reads cleanly and prepares without error, or no value after the error line.
+std::optional<Response> OpenResponse(const std::string& sFile, TerminalProgress& progress,
+                                     bool bJsonFailures) {
+  try {
+    progress.Begin("Reading");
+    Response response = Response::Open(sFile, ToolOpenOptions(progress));
+    progress.Done();
+    if (progress.IsCancelled()) {
+      PrintErrorLine(sFile, "cancelled");
+      return std::nullopt;
+    }
+    return response;
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, bJsonFailures);
+    return std::nullopt;
+  }
+}
+
+// Evaluates; a failure becomes the error line (and its JSON).
+std::optional<Evaluation> EvaluateResponse(Response& response, EvaluateOptions options,
+                                           TerminalProgress& progress, bool bJsonFailures) {
+  options.cBusy = &progress;
   try {
     progress.Begin("Evaluating");
-    Evaluation evaluation = EvaluateResponse(session.file, bDirectOnly, alcons, &progress);
+    Evaluation evaluation = response.Evaluate(options);
     progress.Done();
-    if (evaluation.lCalcResult != 0) {
-      PrintErrorLine(sFile, "evaluation cancelled");
-      return std::nullopt;
-    }
     return evaluation;
-  } catch (const RuntimeError& error) {
-    progress.Done();
-    if (bJsonFailures) PrintJson(ErrorJson(ErrorInfoOf(error)));
-    PrintErrorLine(sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, bJsonFailures);
     return std::nullopt;
   }
-}
-
-// The room-acoustic parameters of an evaluation, and their decay curves into cDecays when not
-// null; a run-time error or a cancel becomes the error line (and its JSON).
-std::optional<CParameterSet> EvaluateParameters(const std::string& sFile, const Session& session,
-                                                const Evaluation& evaluation,
-                                                const CParameterOptions& options,
-                                                TerminalProgress& progress, bool bJsonFailures,
-                                                CSchroederParameters* cDecays) {
-  try {
-    CParameterSet parameters =
-        CalculateParameters(session.file, *evaluation.results, options, &progress, cDecays);
-    progress.Done();
-    if (parameters.bIsCancelled) {
-      PrintErrorLine(sFile, "evaluation cancelled");
-      return std::nullopt;
-    }
-    return parameters;
-  } catch (const RuntimeError& error) {
-    progress.Done();
-    if (bJsonFailures) PrintJson(ErrorJson(ErrorInfoOf(error)));
-    PrintErrorLine(sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
-    return std::nullopt;
-  }
-}
-
-// Draws the picture in the format of sTarget's extension and writes it whole.
-bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
-  const auto format = PictureFormatOf(sTarget);
-  if (!format) {
-    PrintErrorLine(sTarget, "not a picture format: '" + ExtensionOf(sTarget) + "'");
-    return false;
-  }
-  std::vector<uint8_t> bytes;
-  try {
-    bytes = RenderPicture(*format, size, draw);
-  } catch (const RuntimeError& error) {
-    PrintErrorLine(sTarget, ErrorText(ErrorInfoOf(error)));
-    return false;
-  }
-  std::string sMessage;
-  if (WriteFileAtomically(sTarget, bytes, sMessage)) return true;
-  PrintErrorLine(sTarget, sMessage);
-  return false;
 }
 
 // The times of the direct sounds and the tail info's split and diffuse times, without an
@@ -187,16 +131,34 @@ int WriteOutput(const std::string& sOut, std::span<const uint8_t> image,
   progress.Done();
   if (bWritten) return kExitSuccess;
   PrintErrorLine(sOut, sMessage);
-  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
+  return FailureStatus(progress);
 }
 
 std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) {
-  std::string label = cFile.ProbeInfo()->PrLabel();
-  while (!label.empty() && (label.back() == ' ' || label.back() == '\0')) label.pop_back();
-  return Latin1ToUtf8(SplitFilePath(sFile).sFile + (label.empty() ? "" : ", probe " + label));
+  const std::string label = ProbeSummaryOf(cFile).sLabel;
+  return Latin1ToUtf8(SplitFilePath(sFile).sFile) + (label.empty() ? "" : ", probe " + label);
 }
 
 }  // namespace
+
+bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
+  const auto format = PictureFormatOf(sTarget);
+  if (!format) {
+    PrintErrorLine(sTarget, "not a picture format: '" + ExtensionOf(sTarget) + "'");
+    return false;
+  }
+  std::vector<uint8_t> bytes;
+  try {
+    bytes = RenderPicture(*format, size, draw);
+  } catch (const RuntimeError& error) {
+    PrintErrorLine(sTarget, ErrorText(ErrorInfoOf(error)));
+    return false;
+  }
+  std::string sMessage;
+  if (WriteFileAtomically(sTarget, bytes, sMessage)) return true;
+  PrintErrorLine(sTarget, sMessage);
+  return false;
+}
 
 int RunInfo(const InfoOptions& options) {
   const std::string& sFile = options.sFile;
@@ -217,18 +179,24 @@ int RunInfo(const InfoOptions& options) {
     return kExitFailure;
   }
   TerminalProgress progress;
-  CProbeRspClass file;
-  progress.Begin("Reading");
-  const ReadOutcome read = input.Read(file, &progress, nullptr);
+  OpenOptions open = ToolOpenOptions(progress);
+  open.bKeepDamaged = true;
+  std::optional<Response> response;
+  try {
+    progress.Begin("Reading");
+    response = Response::Open(input, open);
+  } catch (const ResponseError& error) {
+    ReportFailure(error, progress, false);
+    return FailureStatus(progress);
+  }
   progress.Done();
-  const bool bClean = IsCleanRead(read);
+  const CProbeRspClass& file = response->Model();
+  const bool bClean = IsCleanRead(response->Read());
   std::optional<InitOutcome> init;
   std::optional<InfoTimes> times;
   if (bClean) {
-    progress.Begin("Preparing");
-    init = PrepareResponse(file, &progress);
-    progress.Done();
-    if (!init->error) {
+    init = response->Init();
+    if (init && !init->error) {
       try {
         times = CalculateInfoTimes(file);
       } catch (const RuntimeError& error) {
@@ -236,12 +204,13 @@ int RunInfo(const InfoOptions& options) {
       }
     }
   }
-  std::cout << InfoReadSummary(file, read, init ? &*init : nullptr, times ? &*times : nullptr);
+  std::cout << InfoReadSummary(file, response->Read(), init ? &*init : nullptr,
+                               times ? &*times : nullptr);
   if (!bClean) {
-    PrintErrorLine(sFile, ReadProblem(read, file));
+    PrintErrorLine(sFile, ReadProblem(response->Read(), file));
     return kExitFailure;
   }
-  if (init->error) {
+  if (init && init->error) {
     PrintErrorLine(sFile, ErrorText(*init->error));
     return kExitFailure;
   }
@@ -262,29 +231,34 @@ int RunDump(const DumpOptions& options) {
   }
   TerminalProgress progress;
   StringLogger logger;
-  CProbeRspClass file;
-  progress.Begin("Reading");
-  const ReadOutcome read = input.Read(file, &progress, options.bLog ? &logger : nullptr);
-  progress.Done();
-  if (options.bLog) {
+  OpenOptions open = ToolOpenOptions(progress);
+  open.bPrepare = !options.bRaw;
+  open.bKeepDamaged = true;
+  open.cReadLogger = options.bLog ? &logger : nullptr;
+  const auto printLog = [&] {
+    if (!options.bLog) return;
     std::cerr << logger.Text();
     std::cerr.flush();
-  }
-  if (IsFailedRead(read)) {
-    PrintJson(Json{{"read", ReadJson(read)}});
-    PrintErrorLine(sFile, ReadProblem(read, file));
-    return kExitFailure;
-  }
-  std::optional<InitOutcome> init;
-  if (!options.bRaw) {
-    progress.Begin("Preparing");
-    init = PrepareResponse(file, &progress);
+  };
+  std::optional<Response> response;
+  try {
+    progress.Begin("Reading");
+    response = Response::Open(input, open);
+  } catch (const ResponseError& error) {
     progress.Done();
+    printLog();
+    if (const auto& read = error.Read()) PrintJson(Json{{"read", ReadJson(*read)}});
+    PrintErrorLine(sFile, error.Message());
+    return FailureStatus(progress);
   }
-  WriteDumpJson(std::cout, file, file.FileHeader(), read, init ? &*init : nullptr);
+  progress.Done();
+  printLog();
+  const CProbeRspClass& file = response->Model();
+  const std::optional<InitOutcome>& init = response->Init();
+  WriteDumpJson(std::cout, file, file.FileHeader(), response->Read(), init ? &*init : nullptr);
   std::cout.flush();
-  if (!IsCleanRead(read)) {
-    PrintErrorLine(sFile, ReadProblem(read, file));
+  if (!IsCleanRead(response->Read())) {
+    PrintErrorLine(sFile, ReadProblem(response->Read(), file));
     return kExitFailure;
   }
   if (init && init->error) {
@@ -293,33 +267,19 @@ int RunDump(const DumpOptions& options) {
   }
   if (init && init->lResult != 0) {
     PrintErrorLine(sFile, "preparation failed: the pulses could not be sorted");
-    return kExitFailure;
+    return FailureStatus(progress);
   }
   return kExitSuccess;
 }
 
 int RunEval(const EvalOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sFile, session, progress, true)) return status;
-  const AlconsSettings alcons{options.eForm == AlconsFormOption::kSti, options.bNoise,
-                              options.lInterfFlags};
-  const auto evaluation =
-      Evaluate(options.sFile, session, options.bDirectOnly, alcons, progress, true);
-  if (!evaluation) return kExitFailure;
+  auto response = OpenResponse(options.sFile, progress, true);
+  if (!response) return FailureStatus(progress);
+  const auto evaluation = EvaluateResponse(*response, EvaluateOptionsOf(options), progress, true);
+  if (!evaluation) return FailureStatus(progress);
   // The parameters rest on the reflections; with the direct sound alone there are none.
-  std::optional<CParameterSet> parameters;
-  if (!options.bDirectOnly) {
-    CParameterOptions parameterOptions;
-    parameterOptions.dSchroederT1 = options.dFitUpper;
-    parameterOptions.dSchroederT2 = options.dFitLower;
-    parameterOptions.bWithNoise = options.bNoise;
-    parameterOptions.bMasking = options.bMasking;
-    parameters = EvaluateParameters(options.sFile, session, *evaluation, parameterOptions, progress,
-                                    true, nullptr);
-    if (!parameters) return kExitFailure;
-  }
-  const CParameterSet* shown = parameters ? &*parameters : nullptr;
+  const CParameterSet* shown = evaluation->parameters ? &*evaluation->parameters : nullptr;
   if (options.bJson) {
     PrintJson(EvalJson(*evaluation, shown));
   } else {
@@ -330,12 +290,12 @@ int RunEval(const EvalOptions& options) {
 
 int RunConvert(const ConvertOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sIn, session, progress, false)) return status;
+  auto response = OpenResponse(options.sIn, progress, false);
+  if (!response) return FailureStatus(progress);
   std::vector<uint8_t> image;
   progress.Begin("Writing");
   try {
-    image = SaveImage(session.file, options.sOut, session.read);
+    image = SaveImage(response->Model(), options.sOut, response->Read());
   } catch (const RuntimeError& error) {
     progress.Done();
     PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
@@ -346,33 +306,21 @@ int RunConvert(const ConvertOptions& options) {
 
 int RunPlot(const PlotOptions& options) {
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(options.sFile, session, progress, false)) return status;
-  const auto evaluation = Evaluate(options.sFile, session, false, {}, progress, false);
-  if (!evaluation) return kExitFailure;
-  const std::string sSubtitle = PlotSubtitle(session.file, options.sFile);
+  auto response = OpenResponse(options.sFile, progress, false);
+  if (!response) return FailureStatus(progress);
+  const auto evaluation = EvaluateResponse(*response, {}, progress, false);
+  if (!evaluation) return FailureStatus(progress);
+  const std::string sSubtitle = PlotSubtitle(response->Model(), options.sFile);
   if (!options.bDecay) {
-    const EtcPlotData plot = BuildEtcPlotData(session.file, *evaluation, options.iBand, sSubtitle);
+    const EtcPlotData plot =
+        BuildEtcPlotData(response->Model(), *evaluation, options.iBand, sSubtitle);
     const bool bWritten =
         WritePicture(options.sOut, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, plot); });
     return bWritten ? kExitSuccess : kExitFailure;
   }
-  CSchroederParameters decays;
-  try {
-    const int32_t lResult =
-        decays.CalculateFit(session.file, *evaluation->results, true, &progress);
-    progress.Done();
-    if (lResult != 0) {
-      PrintErrorLine(options.sFile, "evaluation cancelled");
-      return kExitFailure;
-    }
-  } catch (const RuntimeError& error) {
-    progress.Done();
-    PrintErrorLine(options.sFile, "evaluation failed: " + ErrorText(ErrorInfoOf(error)));
-    return kExitFailure;
-  }
+  // The evaluation fitted the decays along with the parameters.
   const DecayPlotData plot =
-      BuildDecayPlotData(decays, options.bOneBand ? options.iBand : 0, sSubtitle);
+      BuildDecayPlotData(*evaluation->decays, options.bOneBand ? options.iBand : 0, sSubtitle);
   const bool bWritten =
       WritePicture(options.sOut, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, plot); });
   return bWritten ? kExitSuccess : kExitFailure;
@@ -421,23 +369,20 @@ int RunDemo(const DemoOptions& options) {
     }
   }
   TerminalProgress progress;
-  Session session;
-  if (const int status = OpenAndPrepare(sResponse, session, progress, false)) return status;
-  const auto evaluation = Evaluate(sResponse, session, false, {}, progress, false);
+  auto response = OpenResponse(sResponse, progress, false);
+  if (!response) return kExitFailure;
+  const auto evaluation = EvaluateResponse(*response, {}, progress, false);
   if (!evaluation) return kExitFailure;
-  CSchroederParameters decays;
-  const auto parameters =
-      EvaluateParameters(sResponse, session, *evaluation, {}, progress, false, &decays);
-  if (!parameters) return kExitFailure;
-  const std::string sSubtitle = PlotSubtitle(session.file, sResponse);
-  const EtcPlotData etc = BuildEtcPlotData(session.file, *evaluation, kDefaultPlotBand, sSubtitle);
-  const DecayPlotData decay = BuildDecayPlotData(decays, 0, sSubtitle);
+  const std::string sSubtitle = PlotSubtitle(response->Model(), sResponse);
+  const EtcPlotData etc =
+      BuildEtcPlotData(response->Model(), *evaluation, kDefaultPlotBand, sSubtitle);
+  const DecayPlotData decay = BuildDecayPlotData(*evaluation->decays, 0, sSubtitle);
   if (!WritePicture(files.sReflectogram, kEtcPictureSize, [&](cairo_t* cr) { DrawEtc(cr, etc); }) ||
       !WritePicture(files.sDecay, kDecayPictureSize, [&](cairo_t* cr) { DrawDecay(cr, decay); })) {
     return kExitFailure;
   }
-  std::cout << DemoReport(session.file, *evaluation, *parameters, files);
-  return kExitSuccess;
+  std::cout << DemoReport(response->Model(), *evaluation, *evaluation->parameters, files);
+  return DemoSeatingArea(sDir);
 }
 
 }  // namespace zyra::tool

@@ -1,6 +1,7 @@
 #include "tools/save_image.h"
 
 #include "tools/commands.h"
+#include "zyra/facade/file_access.h"
 #include "zyra/support/byte_stream.h"
 
 namespace zyra::tool {

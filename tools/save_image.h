@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "tools/response_session.h"
+#include "zyra/facade/response.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {

@@ -1,16 +1,16 @@
-// The umbrella header of zyra: every public class of the library.
+// The umbrella header of zyra: every public class of the library. Programs start with the
+// facade (zyra::Response); the system's classes underneath stay available.
 #ifndef ZYRA_ZYRA_H_
 #define ZYRA_ZYRA_H_
+
+#include "zyra/version.h"
 
 // Support services
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
 #include "zyra/support/calculation.h"
-#include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
-#include "zyra/support/fixed_text.h"
 #include "zyra/support/flags.h"
-#include "zyra/support/indexed_array.h"
 #include "zyra/support/levels.h"
 #include "zyra/support/logger.h"
 #include "zyra/support/text_form.h"
@@ -48,5 +48,14 @@
 #include "zyra/calc/room_parameters.h"
 #include "zyra/calc/schroeder_parameters.h"
 #include "zyra/calc/speech_transmission.h"
+
+// The facade: a response by path in one call, results as plain values
+#include "zyra/facade/band_table.h"
+#include "zyra/facade/evaluation.h"
+#include "zyra/facade/host_outcomes.h"
+#include "zyra/facade/model_tables.h"
+#include "zyra/facade/response.h"
+#include "zyra/facade/response_error.h"
+#include "zyra/facade/text_forms.h"
 
 #endif  // ZYRA_ZYRA_H_

@@ -1,10 +1,10 @@
-// A program that only uses the public umbrella header, built against zyra as a consumer would.
+// A consumer's whole program: C80 at 1 kHz of a response file, through the installed facade.
 #include <zyra/zyra.h>
 
-int main() {
-  zyra::ByteStream stream;
-  zyra::CRspBlockHeaderClass header;
-  header.SetIDfx("TEXT");
-  header.SaveToByteStream(stream);
-  return stream.GetLength() == zyra::CRspBlockHeaderClass::kLength ? 0 : 1;
+#include <iostream>
+
+int main(int argc, char** argv) {
+  if (argc != 2) return 2;
+  const zyra::Evaluation result = zyra::Response::Open(argv[1]).Evaluate();
+  std::cout << "C80 at 1 kHz: " << result.C80_dB(1000) << " dB (zyra " ZYRA_VERSION_STRING ")\n";
 }

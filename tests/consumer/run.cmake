@@ -1,5 +1,6 @@
 # Builds and runs the consumer program: MODE=subdirectory uses zyra's sources directly,
-# MODE=package installs the build tree BUILD into WORK/prefix and uses find_package.
+# MODE=package installs the build tree BUILD into WORK/prefix and uses find_package. The program
+# evaluates the response file RESPONSE and must print its C80 at 1 kHz.
 file(REMOVE_RECURSE "${WORK}")
 set(args -S "${CMAKE_CURRENT_LIST_DIR}" -B "${WORK}/build" -DCMAKE_CXX_COMPILER=${CXX})
 if(MODE STREQUAL "subdirectory")
@@ -18,7 +19,10 @@ foreach(step IN ITEMS configure build run)
   elseif(step STREQUAL "build")
     execute_process(COMMAND "${CMAKE_COMMAND}" --build "${WORK}/build" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
   else()
-    execute_process(COMMAND "${WORK}/build/consumer" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+    execute_process(COMMAND "${WORK}/build/consumer" "${RESPONSE}" RESULT_VARIABLE rc OUTPUT_VARIABLE out ERROR_VARIABLE out)
+    if(NOT rc AND NOT out MATCHES "^C80 at 1 kHz: -?[0-9]")
+      set(rc "no C80 printed")
+    endif()
   endif()
   if(rc)
     message(FATAL_ERROR "${step} failed (${rc}):\n${out}")

@@ -1,0 +1,102 @@
+#include "tools/receiver_columns.h"
+
+#include <cmath>
+#include <filesystem>
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include "tools/band_choice.h"
+#include "tools/commands.h"
+#include "zyra/facade/response.h"
+
+namespace zyra::tool {
+namespace {
+
+// Octave values at an octave's centre, third-octave values elsewhere; single numbers without a
+// band; a column name as it is.
+TEST(ReceiverColumnsTest, MapColumnRules) {
+  const struct {
+    const char* param;
+    int32_t band;        // 0: none
+    const char* column;  // empty: no column
+    RowBands bands;
+  } rows[] = {
+      {"C80", 0, "C80_dB", RowBands::kNone},
+      {"C80_dB", 0, "C80_dB", RowBands::kNone},
+      {"C80", 11, "C80_1000Hz_dB", RowBands::kOctave},
+      {"C80", 12, "C80_1250Hz_dB", RowBands::kThird},
+      {"level_total", 1, "level_total_100Hz_dB", RowBands::kThird},
+      {"level_total", 0, "", RowBands::kNone},
+      {"MTI", 14, "MTI_2000Hz", RowBands::kOctave},
+      {"MTI", 13, "", RowBands::kNone},
+      {"STI", 0, "STI", RowBands::kNone},
+      {"STI", 11, "", RowBands::kNone},
+      {"Curvature_125Hz_pct", 0, "Curvature_125Hz_pct", RowBands::kOctave},
+      {"Curvature_160Hz_pct", 0, "Curvature_160Hz_pct", RowBands::kThird},
+      {"C80_dB", 11, "", RowBands::kNone},
+      {"c80", 0, "", RowBands::kNone},
+  };
+  for (const auto& row : rows) {
+    std::string problem;
+    const auto band = row.band > 0 ? std::optional<int32_t>(row.band) : std::nullopt;
+    const auto column = MapColumnOf(row.param, band, problem);
+    SCOPED_TRACE(std::string(row.param) + " " + std::to_string(row.band));
+    ASSERT_EQ(column.has_value(), *row.column != '\0') << problem;
+    if (!column) {
+      EXPECT_FALSE(problem.empty());
+      continue;
+    }
+    EXPECT_EQ(column->sColumn, row.column);
+    EXPECT_TRUE(column->eBands == row.bands);
+    EXPECT_TRUE(RowSchema(column->eBands).ValueIndex(column->sColumn));
+  }
+}
+
+// The table of columns names what the facade's evaluation holds: every column finds its value
+// there, in the unit the facade gives it, and the header of the plain rows stays as scripts
+// know it.
+TEST(ReceiverColumnsTest, ColumnsAreTheFacadesValuesInItsUnits) {
+  const std::filesystem::path dir =
+      std::filesystem::temp_directory_path() / ("zyra-columns-" + std::to_string(getpid()));
+  DemoOptions demo;
+  demo.sOutDir = dir;
+  ASSERT_EQ(RunDemo(demo), kExitSuccess);
+  Response response = Response::Open(dir / "demo-hall.rsp");
+  const Evaluation evaluation = response.Evaluate();
+  std::filesystem::remove_all(dir);
+
+  std::string header;
+  const RowSchema plain(RowBands::kNone);
+  for (const RowColumn& column : plain.Columns()) {
+    header += (header.empty() ? "" : ",") + column.sName;
+  }
+  EXPECT_EQ(header,
+            "file,status,label,x_m,y_m,z_m,EDT_s,T20_s,T30_s,C50_dB,C80_dB,D50,Ts_ms,G_dB,JLF,JLFC,"
+            "STI,STI_statistic,STIPA,Alcons_STI_pct,STI_rating,message");
+  for (const RowBands bands : {RowBands::kOctave, RowBands::kThird}) {
+    const RowSchema schema(bands);
+    const std::vector<double> values = schema.Values({1, 2, 3}, evaluation);
+    const BandTable& table = bands == RowBands::kOctave ? evaluation.octave : evaluation.third;
+    int32_t nBandColumns = 0;
+    for (const RowColumn& column : schema.Columns()) {
+      const std::size_t hz = column.sName.find("Hz_");
+      const std::size_t hzEnd = column.sName.find("Hz");
+      if (column.eKind != ColumnKind::kNumber || hzEnd == std::string::npos) continue;
+      ++nBandColumns;
+      const std::size_t cut = column.sName.rfind('_', hzEnd);
+      const std::string name = column.sName.substr(0, cut);
+      const double frequency = std::stod(column.sName.substr(cut + 1));
+      SCOPED_TRACE(column.sName);
+      EXPECT_EQ(table.Unit(name), column.sUnit);
+      EXPECT_EQ(hz == std::string::npos, column.sUnit.empty());
+      const double value = values[static_cast<std::size_t>(column.iValue)];
+      const double expected = table.At(name, frequency);
+      EXPECT_TRUE(value == expected || (std::isnan(value) && std::isnan(expected)));
+    }
+    EXPECT_EQ(nBandColumns, bands == RowBands::kOctave ? 14 * 7 : 13 * 21);
+  }
+}
+
+}  // namespace
+}  // namespace zyra::tool
