@@ -1,5 +1,6 @@
 #include "testing/test_support.h"
 
+#include <algorithm>
 #include <cctype>
 #include <stdexcept>
 
@@ -52,6 +53,14 @@ std::string Int16Run(int first, int count) {
     bytes.push_back(static_cast<uint8_t>((value >> 8) & 0xff));
   }
   return ToHex(bytes);
+}
+
+std::string Patched(const std::string& hex, size_t at, const std::string& bytes) {
+  std::vector<uint8_t> all = Hex(hex);
+  const std::vector<uint8_t> patch = Hex(bytes);
+  all.resize(std::max(all.size(), at + patch.size()));
+  std::copy(patch.begin(), patch.end(), all.begin() + static_cast<std::ptrdiff_t>(at));
+  return ToHex(all);
 }
 
 ByteStream StreamOf(const std::string& hex) {

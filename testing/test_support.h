@@ -24,6 +24,9 @@ std::string HexRun(const std::string& byteHex, int count);
 // `count` Integers first, first + 1, ... as little-endian hex pairs: Int16Run(0x10, 2) is
 // "10 00 11 00", the form of a band array filled with a ramp.
 std::string Int16Run(int first, int count);
+// The bytes of `hex` with `bytes` written over them from byte `at` on (growing where they
+// reach past the end), as hex: Patched("0102 0304", 1, "ff") is "01 ff 03 04".
+std::string Patched(const std::string& hex, size_t at, const std::string& bytes);
 // A stream loaded with the bytes of a hex literal, position 0.
 ByteStream StreamOf(const std::string& hex);
 // The fields (each with an offset and a hex member) whose bytes at base + offset in the stream
