@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <random>
 #include <vector>
 
 #include "testing/response_builder.h"
@@ -149,10 +148,7 @@ TEST(SchroederParametersTest, FitsEqualTheDecaySampledFromItsDefinition) {
   // Arrivals in the first 150 ms and tails of different decay rates in one octave, so that
   // the level bends and the curve is sampled point by point.
   ResponseBuilder f(6000);
-  std::mt19937_64 rng(7);
-  std::uniform_real_distribution<float> t(0.5F, 150.0F);
-  std::uniform_int_distribution<int> level(2000, 5500);
-  for (int i = 0; i < 60; ++i) f.Add(1, t(rng), static_cast<int16_t>(level(rng)));
+  f.AddRandom(7, 60, 0.5F, 150.0F, 2000, 5500);
   f.Room(600.0F, 1.0F);
   for (int32_t b = 10; b <= 12; ++b) f.file.ETC()->SetRTime(b, 0.6F + 0.3F * (b - 10));
   const auto r = f.Evaluate(true);

@@ -392,7 +392,7 @@ TEST(SystemResponsePrepare, LinksTheLaterDirectSoundFollowsItThroughTheSortAndRe
       kErrSubscript);
 }
 
-TEST(SystemResponsePrepare, APseudoPulseIsTheCoherentSumOfItsMembersInBandsOneToTwentyOne) {
+TEST(SystemResponsePrepare, PseudoPulseIsTheCoherentSumOfItsMembersAndPhasesAreAddedOnce) {
   // L1 pseudo, L2 and L3 its members: equal and simultaneous, so +6.02 dB at their phase; band 0
   // is stored only and keeps the pseudo pulse's own values.
   CSystemResponse r = Make(3, {{1, 0, 1}, {2, 0, 1}, {3, 0, 1}});
@@ -413,23 +413,21 @@ TEST(SystemResponsePrepare, APseudoPulseIsTheCoherentSumOfItsMembersInBandsOneTo
     EXPECT_EQ(r.Puls(1)->SPL(b), 6602) << b;
     EXPECT_EQ(r.Puls(1)->Phase(b), 1000) << b;
   }
-}
-
-TEST(SystemResponsePrepare, SpeakerPhasesAreAddedOnceAndNotIntoBandZero) {
-  CSystemResponse r = Make(1, {{1, 0, 1}, {0, 1, 2}});
-  for (int32_t b = 0; b <= 21; ++b) r.Puls(1)->SetPhase(b, 50);
-  for (int32_t b = 1; b <= 21; ++b) r.LspInfo(1)->SetPhase(b, b == 21 ? 31416 : 100);
+  // The loudspeaker's phases go into its direct sound once, wrapped, and not into band 0.
+  CSystemResponse one = Make(1, {{1, 0, 1}, {0, 1, 2}});
+  for (int32_t b = 0; b <= 21; ++b) one.Puls(1)->SetPhase(b, 50);
+  for (int32_t b = 1; b <= 21; ++b) one.LspInfo(1)->SetPhase(b, b == 21 ? 31416 : 100);
   std::string s;
   testing::RecordingBusy busy;
-  for (int32_t k = 0; k < 2; ++k) r.InitResponseDataAfterRead(true, false, s, &busy);
-  EXPECT_EQ(r.Puls(1)->Phase(0), 50);
-  EXPECT_EQ(r.Puls(1)->Phase(1), 150);
-  EXPECT_EQ(r.Puls(1)->Phase(21), 31466 - 62832);  // wrapped into -pi..pi
-  EXPECT_EQ(r.Puls(2)->Phase(1), 0);               // no loudspeaker, no phase
+  for (int32_t k = 0; k < 2; ++k) one.InitResponseDataAfterRead(true, false, s, &busy);
+  EXPECT_EQ(one.Puls(1)->Phase(0), 50);
+  EXPECT_EQ(one.Puls(1)->Phase(1), 150);
+  EXPECT_EQ(one.Puls(1)->Phase(21), 31466 - 62832);
+  EXPECT_EQ(one.Puls(2)->Phase(1), 0);  // no loudspeaker, no phase
   EXPECT_EQ(busy.calls.front().caption, "Add Phase Info");
 }
 
-TEST(SystemResponsePrepare, LoudspeakerSwitchingIsIdempotentAndReversible) {
+TEST(SystemResponsePrepare, SwitchingIsReversibleAndNormalisationMakesTheRolesExclusive) {
   // Pulse 3 is off for its own reason.
   CSystemResponse r = Make(1, {{1, 0, 1}, {1, 1, 2}, {1, 1, 3, kPulsFlagInactive}});
   for (const bool bActive : {false, false, true}) {
@@ -440,43 +438,36 @@ TEST(SystemResponsePrepare, LoudspeakerSwitchingIsIdempotentAndReversible) {
       EXPECT_EQ(r.Puls(p)->IsLspOff(), !bActive && p != 3) << p;
     }
   }
-}
-
-TEST(SystemResponsePrepare, NormalisationMakesTheRolesExclusive) {
   constexpr int32_t kPs = kPulsFlagPseudo, kBu = kPulsFlagBundle, kMe = kPulsFlagMember,
                     kCo = kPulsFlagCoherence;
-  struct Row {
-    int32_t in, out, lID, lIDPseudo;
-  };
-  const Row rows[] = {{kPs | kBu | kMe | kCo, kPs, 5, 6},
-                      {kBu | kCo, kCo, 0, 6},
-                      {kMe, kBu | kMe, 5, 6},
-                      {0, 0, 5, 0}};
-  for (const Row& row : rows) {
-    CSystemResponse r = Make(0, {{0, 1, 1, row.in}});
-    CPulsClass& p = *r.Puls(1);
+  const int32_t rows[][4] = {// flags in, flags out, ID, ID_Pseudo
+                             {kPs | kBu | kMe | kCo, kPs, 5, 6},
+                             {kBu | kCo, kCo, 0, 6},
+                             {kMe, kBu | kMe, 5, 6},
+                             {0, 0, 5, 0}};
+  for (const auto& row : rows) {
+    CSystemResponse one = Make(0, {{0, 1, 1, row[0]}});
+    CPulsClass& p = *one.Puls(1);
     p.SetID(5);
     p.SetID_Pseudo(6);
-    Access::Normalize(r);
-    const int32_t out = (p.IsPseudo() ? kPs : 0) | (p.IsBundle() ? kBu : 0) |
-                        (p.IsMember() ? kMe : 0) | (p.IsCoherence() ? kCo : 0);
-    EXPECT_EQ(out, row.out) << row.in;
-    EXPECT_EQ(p.ID(), row.lID) << row.in;
-    EXPECT_EQ(p.ID_Pseudo(), row.lIDPseudo) << row.in;
+    Access::Normalize(one);
+    EXPECT_EQ(p.Flags(), row[1]) << row[0];
+    EXPECT_EQ(p.ID(), row[2]) << row[0];
+    EXPECT_EQ(p.ID_Pseudo(), row[3]) << row[0];
   }
   // Loudspeakers: pseudo+member -> pseudo only; member without group -> invalid; no role ->
   // group cleared.
-  CSystemResponse r = Make(3, {});
-  r.LspInfo(1)->SetIsPseudo(true);
-  r.LspInfo(1)->SetIsMember(true);
-  r.LspInfo(1)->SetCoherenceGroup(-1);
-  r.LspInfo(2)->SetIsMember(true);
-  r.LspInfo(3)->SetCoherenceGroup(4);
-  Access::Normalize(r);
-  EXPECT_TRUE(r.LspInfo(1)->IsPseudo() && !r.LspInfo(1)->IsMember());
-  EXPECT_FALSE(r.LspInfo(1)->IsCoherenceInvalid());
-  EXPECT_TRUE(r.LspInfo(2)->IsCoherenceInvalid());
-  EXPECT_EQ(r.LspInfo(3)->CoherenceGroup(), 0);
+  CSystemResponse lsps = Make(3, {});
+  lsps.LspInfo(1)->SetIsPseudo(true);
+  lsps.LspInfo(1)->SetIsMember(true);
+  lsps.LspInfo(1)->SetCoherenceGroup(-1);
+  lsps.LspInfo(2)->SetIsMember(true);
+  lsps.LspInfo(3)->SetCoherenceGroup(4);
+  Access::Normalize(lsps);
+  EXPECT_TRUE(lsps.LspInfo(1)->IsPseudo() && !lsps.LspInfo(1)->IsMember());
+  EXPECT_FALSE(lsps.LspInfo(1)->IsCoherenceInvalid());
+  EXPECT_TRUE(lsps.LspInfo(2)->IsCoherenceInvalid());
+  EXPECT_EQ(lsps.LspInfo(3)->CoherenceGroup(), 0);
 }
 
 }  // namespace
