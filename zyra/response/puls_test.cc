@@ -26,14 +26,10 @@ CPulsClass MarkedPuls() {
   puls.SetVerAngle(2);
   puls.SetROrder(3);
   puls.SetMultiple(4);
-  puls.SetLinie(0, 0, 1.0f);
-  puls.SetLinie(1, 0, 2.0f);
-  puls.SetLinie(0, 1, -2.0f);
-  puls.SetLinie(1, 1, 0.5f);
+  for (const auto& [i, j, v] : {std::tuple{0, 0, 1.0f}, {1, 0, 2.0f}, {0, 1, -2.0f}, {1, 1, 0.5f}})
+    puls.SetLinie(i, j, v);
   puls.SetFarbe(0x11223344);
-  puls.SetRayX(1, 1.0f);
-  puls.SetRayX(2, 2.0f);
-  puls.SetRayX(3, -2.0f);
+  for (const int32_t c : {1, 2, 3}) puls.SetRayX(c, c == 3 ? -2.0f : static_cast<float>(c));
   puls.SetID(0x0a0b0c0d);
   puls.SetIsInactive(true);
   puls.SetIsBundle(true);
