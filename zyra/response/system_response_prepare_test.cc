@@ -58,9 +58,8 @@ void LiteralRemoveUnused(CSystemResponse& r) {
   }
   for (int32_t k = nLsp; k >= 1; --k) {
     if (used[k]) continue;
-    for (int32_t p = 1; p <= r.Pulses()->Count(); ++p) {
+    for (int32_t p = 1; p <= r.Pulses()->Count(); ++p)
       if (r.Puls(p)->Origin() > k) r.Puls(p)->SetOrigin(r.Puls(p)->Origin() - 1);
-    }
     const int32_t n = r.LspInfos()->Count();
     for (int32_t j = k; j < n; ++j) r.SetLspInfo(j, r.LspInfo(j + 1)->CopyDeep());
     r.LspInfos()->SetCountPreserve(n - 1);
@@ -208,11 +207,9 @@ void LiteralComputePseudoPulses(CSystemResponse& r) {
 
 // Insertion sort by arrival, then the loudspeakers relinked.
 void LiteralTrainSort(CSystemResponse& r) {
-  for (int32_t i = 2; i <= r.Pulses()->Count(); ++i) {
-    for (int32_t j = i - 1; j >= 1 && r.GetPulsArrival(j) > r.GetPulsArrival(j + 1); --j) {
+  for (int32_t i = 2; i <= r.Pulses()->Count(); ++i)
+    for (int32_t j = i - 1; j >= 1 && r.GetPulsArrival(j) > r.GetPulsArrival(j + 1); --j)
       r.Pulses()->Swap(j, j + 1);
-    }
-  }
   Access::Link(r);
 }
 
@@ -235,13 +232,10 @@ void LiteralInit(CSystemResponse& r, bool bCorrect, std::string& msg) {
 // Many records share groups, identifiers, travel times and flags, so that the corners meet.
 CSystemResponse RandomResponse(uint64_t seed) {
   std::mt19937_64 rng(seed);
-  const auto pick = [&](int32_t n) {
-    return static_cast<int32_t>(rng() % static_cast<uint64_t>(n));
-  };
+  const auto pick = [&](uint64_t n) { return static_cast<int32_t>(rng() % n); };
   const auto chance = [&](int32_t percent) { return pick(100) < percent; };
   CSystemResponse r;
-  const int32_t nLsp = pick(8);
-  const int32_t nPuls = pick(18);
+  const int32_t nLsp = pick(8), nPuls = pick(18);
   r.LspInfos()->SetCount(nLsp);
   r.Pulses()->SetCount(nPuls, nullptr);
   for (int32_t i = 1; i <= nLsp; ++i) {
@@ -253,7 +247,7 @@ CSystemResponse RandomResponse(uint64_t seed) {
     lsp.SetIsCoherence(chance(15));
     lsp.SetIsCoherenceInvalid(chance(35));
     lsp.SetCoherenceGroup(chance(50) ? 0 : pick(5) - 2);
-    lsp.SetPulsNr(chance(70) ? i : pick(nPuls + 1));
+    lsp.SetPulsNr(chance(70) ? i : pick(static_cast<uint64_t>(nPuls) + 1));
     lsp.SetDelay(0.5f * static_cast<float>(pick(4)));
     for (int32_t b = 1; b <= 21; ++b) lsp.SetPhase(b, static_cast<int16_t>(pick(62833) - 31416));
   }
@@ -263,7 +257,7 @@ CSystemResponse RandomResponse(uint64_t seed) {
       {kPulsFlagMember, 25},   {kPulsFlagCoherence, 15}, {kPulsFlagLspOff, 15}};
   for (int32_t p = 1; p <= nPuls; ++p) {
     CPulsClass& puls = *r.Puls(p);
-    puls.SetOrigin(chance(10) || nLsp == 0 ? 0 : 1 + pick(nLsp));
+    puls.SetOrigin(chance(10) || nLsp == 0 ? 0 : 1 + pick(static_cast<uint64_t>(nLsp)));
     puls.SetROrder(chance(35) ? 0 : 1 + pick(2));
     int32_t flags = 0;
     for (const auto& [bit, percent] : flagChances) flags |= chance(percent) ? bit : 0;
@@ -283,12 +277,6 @@ CSystemResponse RandomResponse(uint64_t seed) {
 }
 
 using Objects = std::vector<std::shared_ptr<CLspInfoClass>>;
-
-Objects LspObjects(const CSystemResponse& r) {
-  Objects objects;
-  for (int32_t i = 0; i <= r.LspInfos()->Count(); ++i) objects.push_back(r.LspInfo(i));
-  return objects;
-}
 
 // Every saved byte of every record, in buffer order, and which records are still the objects
 // they were before (a deep copy is a new object; `before` keeps the old ones alive so that no
@@ -313,7 +301,11 @@ void CompareOnRandomResponses(const Step& fast, const Step& literal) {
   for (int32_t c = 0; c < kCases; ++c) {
     CSystemResponse a = RandomResponse(static_cast<uint64_t>(c));
     CSystemResponse b = RandomResponse(static_cast<uint64_t>(c));
-    const Objects beforeA = LspObjects(a), beforeB = LspObjects(b);
+    Objects beforeA, beforeB;
+    for (int32_t i = 0; i <= a.LspInfos()->Count(); ++i) {
+      beforeA.push_back(a.LspInfo(i));
+      beforeB.push_back(b.LspInfo(i));
+    }
     const int32_t errA = testing::ErrorNumberOf([&] { fast(a); });
     ASSERT_EQ(errA, testing::ErrorNumberOf([&] { literal(b); })) << "case " << c;
     if (errA != 0) continue;
