@@ -48,11 +48,7 @@ const Field<E> kETCFields[] = {
     {4, "0000c03f", [](E& e) { e.SetAmplified(1.5f); }},
     {94, "00000040", [](E& e) { e.SetdEnergy(21, 2.0f); }},
     {140, "ffff", [](E& e) { e.SetTailSPL(21, -1); }},
-    {142, "0900",
-     [](E& e) {
-       e.SetIsWithTail_b(true);
-       e.SetIsCancelled_b(true);
-     }},
+    {142, "0800", [](E& e) { e.SetIsCancelled_b(true); }},
     {144, "00008040", [](E& e) { e.SetTailStart(4.0f); }},
     {148, "0500", [](E& e) { e.SetTailNoise(5); }},
     {158, "000080bf", [](E& e) { e.SetTailGain(-1.0f); }},
@@ -80,11 +76,11 @@ TEST(BlocksTest, ETCInfo) {
                   {Patched(block, 6, "ffff"), 0, -1, "Unknown ETC Version-1", 20},
                   {Patched(block, 16, "23"), 0, -1, "Bad ETC Length", 20},
                   {header + HexRun("00", 547), kErrPastEnd, 0, "", 0}});
+  ByteStream stream = StreamOf(unnamed);
   E etc;
   std::string message;
-  ByteStream stream = StreamOf(unnamed);
   ASSERT_EQ(etc.ReadFromByteStream(stream, message), 0);
-  EXPECT_EQ(etc.GetCopy()->flags(), 1);
+  EXPECT_EQ(etc.GetCopy()->flags(), 1);  // the one named bit of f1 80
 }
 
 using P = CPredictionInfoClass;
