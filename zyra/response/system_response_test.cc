@@ -151,40 +151,38 @@ TEST(SystemResponseTest, PulsReaderFiltersAndReportsBundlesWithoutPseudoPulse) {
   for (int32_t i = 0; i < 5; ++i) records[i].SetID(i + 1);
   records[1].SetIsInactive(true);
   records[2].SetIsPseudo(true);
-  records[3].SetIsBundle(true);  // a bundle reflection without pseudo pulse
+  records[3].SetIsBundle(true);
   records[3].SetROrder(1);
   records[4].SetIsBundle(true);
   records[4].SetROrder(2);
   records[4].SetID_Pseudo(9);
   const struct {
+    int32_t lIDPseudo;  // of the bundle reflection: 1 names a pseudo pulse there
     bool bInactive, bPseudos, bBundles;
     std::vector<int32_t> ids;
   } cases[] = {
-      {false, false, false, {1, 2, 3, 4, 5}},
-      {true, false, false, {1, 3, 4, 5}},
-      {false, true, false, {1, 2, 4, 5}},
-      {false, false, true, {1, 2, 3}},
-      {true, true, true, {1}},
+      {0, false, false, false, {1, 2, 3, 4, 5}},
+      {0, true, false, false, {1, 3, 4, 5}},
+      {0, false, true, false, {1, 2, 4, 5}},
+      {0, false, false, true, {1, 2, 3}},
+      {0, true, true, true, {1}},
+      {1, false, false, false, {1, 2, 3, 4, 5}},
   };
   for (const auto& c : cases) {
+    records[3].SetID_Pseudo(c.lIDPseudo);
     ByteStream stream = Block("PULS", 1, 5, 150, PulsRecords(1, records));
     CSystemResponse rsp;
     std::string sMessage = "old";
-    // 1 even when the bundle reflection itself is filtered out.
+    // 1 for a bundle reflection without pseudo pulse, even when it is filtered out.
     EXPECT_EQ(rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, c.bInactive, c.bPseudos,
                                               c.bBundles),
-              1);
+              c.lIDPseudo == 0 ? 1 : 0);
     EXPECT_EQ(sMessage, "");
     EXPECT_EQ(stream.GetPosition(), stream.GetLength());
     std::vector<int32_t> ids;
     for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) ids.push_back(rsp.Puls(i)->ID());
     EXPECT_EQ(ids, c.ids) << c.bInactive << c.bPseudos << c.bBundles;
   }
-  records[3].SetID_Pseudo(1);  // now the pseudo pulse is there
-  ByteStream stream = Block("PULS", 1, 5, 150, PulsRecords(1, records));
-  CSystemResponse rsp;
-  std::string sMessage;
-  EXPECT_EQ(rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false, false, false), 0);
 }
 
 std::string SavedLspHex(const std::string& sLabel) {
