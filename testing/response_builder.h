@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <random>
 
 #include "zyra/calc/energy_time_process.h"
 
@@ -44,10 +45,32 @@ class ResponseBuilder {
       etc.SetRTime(b, fRT);
     }
   }
-  std::shared_ptr<CCalcResults> Evaluate(bool bIsWithReflections) {
+  // n pulses of orders 1..3 at random times tMin..tMax ms after the direct sound, from random
+  // directions, with a random level iMin..iMax (0.01 dB) and phase in each band; every 17th
+  // one inactive.
+  void AddRandom(uint64_t nSeed, int n, float tMin, float tMax, int iMin, int iMax) {
+    std::mt19937_64 rng(nSeed);
+    std::uniform_real_distribution<float> t(tMin, tMax);
+    std::uniform_int_distribution<int> level(iMin, iMax), angle(-180, 180), phase(-31416, 31416);
+    for (int i = 0; i < n; ++i) {
+      const auto iHor = static_cast<int16_t>(angle(rng)),
+                 iVer = static_cast<int16_t>(angle(rng) / 2);
+      CPulsClass& puls = *file.Rsp()->Puls(Add(1 + i % 3, t(rng), 0, iHor, iVer));
+      for (int32_t b = 1; b <= 21; ++b) {
+        puls.SetSPL(b, static_cast<int16_t>(level(rng)));
+        puls.SetPhase(b, static_cast<int16_t>(phase(rng)));
+      }
+      puls.CalculateRayFromAngles();
+      puls.SetIsInactive(i % 17 == 16);
+    }
+  }
+  // Calculate's results; with a busy indicator, progress is reported to it.
+  std::shared_ptr<CCalcResults> Evaluate(bool bIsWithReflections, BusyIndicator* cBusy = nullptr,
+                                         int32_t lExpected = 0) {
     std::shared_ptr<CCalcResults> results;
-    EXPECT_EQ(
-        CEnergyTimeProcessClass().Calculate(file, results, bIsWithReflections, false, nullptr), 0);
+    EXPECT_EQ(CEnergyTimeProcessClass().Calculate(file, results, bIsWithReflections,
+                                                  cBusy != nullptr, cBusy),
+              lExpected);
     if (!results) results = std::make_shared<CCalcResults>();
     return results;
   }

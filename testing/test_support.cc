@@ -1,5 +1,6 @@
 #include "testing/test_support.h"
 
+#include <algorithm>
 #include <cctype>
 #include <stdexcept>
 
@@ -8,17 +9,13 @@
 namespace zyra::testing {
 
 std::vector<uint8_t> Hex(const std::string& text) {
-  std::vector<uint8_t> bytes;
   std::string digits;
-  for (const char c : text) {
-    if (std::isspace(static_cast<unsigned char>(c))) continue;
-    digits += c;
-    if (digits.size() == 2) {
-      bytes.push_back(static_cast<uint8_t>(std::stoi(digits, nullptr, 16)));
-      digits.clear();
-    }
-  }
-  if (!digits.empty()) throw std::invalid_argument("odd number of hex digits");
+  for (const char c : text)
+    if (!std::isspace(static_cast<unsigned char>(c))) digits += c;
+  if (digits.size() % 2 != 0) throw std::invalid_argument("odd number of hex digits");
+  std::vector<uint8_t> bytes;
+  for (size_t i = 0; i < digits.size(); i += 2)
+    bytes.push_back(static_cast<uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
   return bytes;
 }
 
@@ -52,6 +49,14 @@ std::string Int16Run(int first, int count) {
     bytes.push_back(static_cast<uint8_t>((value >> 8) & 0xff));
   }
   return ToHex(bytes);
+}
+
+std::string Patched(const std::string& hex, size_t at, const std::string& bytes) {
+  std::vector<uint8_t> all = Hex(hex);
+  const std::vector<uint8_t> patch = Hex(bytes);
+  all.resize(std::max(all.size(), at + patch.size()));
+  std::copy(patch.begin(), patch.end(), all.begin() + static_cast<std::ptrdiff_t>(at));
+  return ToHex(all);
 }
 
 ByteStream StreamOf(const std::string& hex) {

@@ -2,7 +2,6 @@
 #ifndef ZYRA_TESTING_TEST_SUPPORT_H_
 #define ZYRA_TESTING_TEST_SUPPORT_H_
 
-#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -24,22 +23,11 @@ std::string HexRun(const std::string& byteHex, int count);
 // `count` Integers first, first + 1, ... as little-endian hex pairs: Int16Run(0x10, 2) is
 // "10 00 11 00", the form of a band array filled with a ramp.
 std::string Int16Run(int first, int count);
+// The bytes of `hex` with `bytes` written over them from byte `at` on (growing where they
+// reach past the end), as hex: Patched("0102 0304", 1, "ff") is "01 ff 03 04".
+std::string Patched(const std::string& hex, size_t at, const std::string& bytes);
 // A stream loaded with the bytes of a hex literal, position 0.
 ByteStream StreamOf(const std::string& hex);
-// The fields (each with an offset and a hex member) whose bytes at base + offset in the stream
-// are not their hex, one "offset: bytes found" line each; empty when every field is in place.
-template <class Fields>
-std::string MisplacedFields(const ByteStream& stream, int32_t base, const Fields& fields) {
-  std::string misplaced;
-  for (const auto& field : fields) {
-    const std::string expected = ToHex(Hex(field.hex));
-    const int32_t at = base + field.offset;
-    const auto length = static_cast<int32_t>(Hex(field.hex).size());
-    const std::string found = StreamHex(stream, at, std::min(at + length, stream.GetLength()));
-    if (found != expected) misplaced += std::to_string(field.offset) + ": " + found + "\n";
-  }
-  return misplaced;
-}
 // The number of the RuntimeError the call raises; 0 when it raises none.
 int32_t ErrorNumberOf(const std::function<void()>& call);
 

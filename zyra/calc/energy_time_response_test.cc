@@ -7,7 +7,6 @@
 #include <cmath>
 #include <complex>
 #include <numbers>
-#include <random>
 
 #include "testing/response_builder.h"
 
@@ -16,22 +15,12 @@ namespace {
 
 using testing::ResponseBuilder;
 
-// 300 pulses in no order at -5 .. 400 ms from every direction, some inactive, some without
-// energy; every band but 7 has a tail.
+// 300 pulses in no order at -5 .. 400 ms, some inactive, some without energy; every band but 7
+// has a tail.
 void Generate(ResponseBuilder& f, uint64_t nSeed) {
-  std::mt19937_64 rng(nSeed);
-  std::uniform_real_distribution<float> t(-5.0F, 400.0F);
-  std::uniform_int_distribution<int> level(-500, 8000);
-  std::uniform_int_distribution<int> angle(-180, 180);
   f.Room(2000.0F, 1.3F);
-  for (int i = 0; i < 300; ++i) {
-    const int32_t p = f.Add(1 + i % 3, t(rng), 0, static_cast<int16_t>(angle(rng)),
-                            static_cast<int16_t>(angle(rng) / 2));
-    CPulsClass& puls = *f.file.Rsp()->Puls(p);
-    for (int32_t b = 1; b <= 21; ++b) puls.SetSPL(b, static_cast<int16_t>(level(rng)));
-    puls.SetIsInactive(i % 17 == 0);
-  }
-  f.file.ETC()->SetRTime(7, 0.0F);  // one band without tail
+  f.AddRandom(nSeed, 300, -5.0F, 400.0F, -500, 8000);
+  f.file.ETC()->SetRTime(7, 0.0F);
 }
 
 TEST(EnergyTimeResponseTest, ArrivalsAndTailAddUpToCalculatesTotals) {

@@ -11,7 +11,7 @@
 namespace zyra {
 namespace {
 
-TEST(SpeechTransmissionTest, IndexOfAHandComputedTransferFunction) {
+TEST(SpeechTransmissionTest, IndexAndRatingOfAHandComputedTransferFunction) {
   // m = 1/2, 10/11 and 1/11 give 0, +10 and -10 dB, so TI = 1/2, 5/6 and 1/6; depths beyond
   // 0..1 and signal-to-noise ratios beyond +-15 dB are clipped.
   CModulationTransfer mtf{};
@@ -31,22 +31,17 @@ TEST(SpeechTransmissionTest, IndexOfAHandComputedTransferFunction) {
   // sum alpha MTI - sum beta sqrt(MTI_k MTI_k+1), worked out by hand.
   const double sti = SpeechTransmissionIndex(mti);
   EXPECT_NEAR(sti, 0.6471553449842395, 1e-12);
-  EXPECT_EQ(STIRating(sti), "C");
+  const std::pair<double, const char*> ratings[] = {
+      {sti, "C"},  {1.0, "A+"}, {0.76, "A+"},  {0.7599, "A"}, {0.60, "D"},
+      {0.40, "I"}, {0.36, "J"}, {0.3599, "U"}, {0.0, "U"},    {NAN, ""}};
+  for (const auto& [value, rating] : ratings) EXPECT_EQ(STIRating(value), rating) << value;
   EXPECT_NEAR(AlconsFromSTI(sti), 5.114286974201217, 1e-9);
   // Full transmission everywhere is 1; a single NaN octave leaves no index.
   EXPECT_NEAR(SpeechTransmissionIndex(COctaveValues{1, 1, 1, 1, 1, 1, 1}), 1.0, 1e-12);
   mti[3] = NAN;
   EXPECT_TRUE(std::isnan(SpeechTransmissionIndex(mti)));
-  EXPECT_EQ(STIRating(NAN), "");
   EXPECT_TRUE(std::isnan(AlconsFromSTI(NAN)));
   EXPECT_EQ(AlconsFromSTI(0.0), 100.0);  // 170.5 clipped
-}
-
-TEST(SpeechTransmissionTest, RatingBoundaries) {
-  const std::pair<double, const char*> rows[] = {{1.0, "A+"},   {0.76, "A+"}, {0.7599, "A"},
-                                                 {0.60, "D"},   {0.40, "I"},  {0.36, "J"},
-                                                 {0.3599, "U"}, {0.0, "U"}};
-  for (const auto& [sti, rating] : rows) EXPECT_EQ(STIRating(sti), rating) << sti;
 }
 
 TEST(SpeechTransmissionTest, MaskingAndThreshold) {
@@ -74,9 +69,7 @@ TEST(SpeechTransmissionTest, StatisticalModulationAndFrequencies) {
   EXPECT_EQ(StatisticModulation(0.0, 5.0), 1.0);
   EXPECT_EQ(StatisticModulation(-1.0, 5.0), 1.0);
   EXPECT_TRUE(std::isnan(StatisticModulation(NAN, 5.0)));
-  EXPECT_EQ(OctaveFrequency(1), 125.0);
   EXPECT_EQ(OctaveFrequency(7), 8000.0);
-  EXPECT_EQ(ModulationFrequency(13), 12.5);
   EXPECT_EQ(STIPAFrequency(5, 1), 6.25);
   EXPECT_EQ(testing::ErrorNumberOf([] { OctaveFrequency(0); }), 9);
   EXPECT_EQ(testing::ErrorNumberOf([] { ModulationFrequency(14); }), 9);

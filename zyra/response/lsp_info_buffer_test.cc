@@ -5,34 +5,28 @@
 namespace zyra {
 namespace {
 
-TEST(LspInfoBufferTest, CorrectPulsePointersMovesOnlyLaterPulses) {
-  CLspInfoBufferClass buffer;
-  buffer.SetCount(4);
-  const int32_t before[] = {4, 5, 6, 9};
-  for (int32_t i = 1; i <= 4; ++i) buffer.LspInfo(i)->SetPulsNr(before[i - 1]);
-  buffer.CorrectPulsePointers(5);
-  const int32_t after[] = {4, 5, 5, 8};
-  for (int32_t i = 1; i <= 4; ++i) EXPECT_EQ(buffer.LspInfo(i)->PulsNr(), after[i - 1]);
-}
+TEST(LspInfoBufferTest, PulsePointersAndWhetherPhaseDataOrPseudoLoudspeakersExist) {
+  CLspInfoBufferClass pointers;
+  pointers.SetCount(4);
+  const int32_t before[] = {4, 5, 6, 9}, after[] = {4, 5, 5, 8};  // pulse 5 deleted
+  for (int32_t i = 1; i <= 4; ++i) pointers.LspInfo(i)->SetPulsNr(before[i - 1]);
+  pointers.CorrectPulsePointers(5);
+  for (int32_t i = 1; i <= 4; ++i) EXPECT_EQ(pointers.LspInfo(i)->PulsNr(), after[i - 1]);
 
-TEST(LspInfoBufferTest, PhaseDataFromTrustedFlagOrFromCoherenceGroupAndPseudoAnywhere) {
-  const struct {
-    bool bValid, bWithPhase;
-    int32_t lGroup;
-    bool expected;
-  } cases[] = {
-      {true, true, 0, true},    {true, false, 3, false},  // a trusted "no phase" wins
-      {false, false, 3, true},  {false, true, 0, false},  // untrusted: the group decides
-      {false, false, 0, false},
+  const bool cases[][4] = {
+      // phase flag valid, with phase, in a group; whether there is phase data
+      {true, true, false, true},    {true, false, true, false},   // a trusted "no phase" wins
+      {false, false, true, true},   {false, true, false, false},  // untrusted: the group decides
+      {false, false, false, false},
   };
   for (const auto& c : cases) {
     CLspInfoBufferClass buffer;
     buffer.SetCount(2);
     const auto info = buffer.LspInfo(2);
-    info->SetIsPhaseFlgValid(c.bValid);
-    info->SetIsWithPhase(c.bWithPhase);
-    info->SetCoherenceGroup(c.lGroup);
-    EXPECT_EQ(buffer.GetHasPhaseData(), c.expected) << c.bValid << c.bWithPhase << c.lGroup;
+    info->SetIsPhaseFlgValid(c[0]);
+    info->SetIsWithPhase(c[1]);
+    info->SetCoherenceGroup(c[2] ? 3 : 0);
+    EXPECT_EQ(buffer.GetHasPhaseData(), c[3]) << c[0] << c[1] << c[2];
     EXPECT_FALSE(buffer.GetHasPseudoLspk());
     info->SetIsPseudo(true);
     EXPECT_TRUE(buffer.GetHasPseudoLspk());

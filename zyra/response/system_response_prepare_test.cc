@@ -58,9 +58,8 @@ void LiteralRemoveUnused(CSystemResponse& r) {
   }
   for (int32_t k = nLsp; k >= 1; --k) {
     if (used[k]) continue;
-    for (int32_t p = 1; p <= r.Pulses()->Count(); ++p) {
+    for (int32_t p = 1; p <= r.Pulses()->Count(); ++p)
       if (r.Puls(p)->Origin() > k) r.Puls(p)->SetOrigin(r.Puls(p)->Origin() - 1);
-    }
     const int32_t n = r.LspInfos()->Count();
     for (int32_t j = k; j < n; ++j) r.SetLspInfo(j, r.LspInfo(j + 1)->CopyDeep());
     r.LspInfos()->SetCountPreserve(n - 1);
@@ -208,11 +207,9 @@ void LiteralComputePseudoPulses(CSystemResponse& r) {
 
 // Insertion sort by arrival, then the loudspeakers relinked.
 void LiteralTrainSort(CSystemResponse& r) {
-  for (int32_t i = 2; i <= r.Pulses()->Count(); ++i) {
-    for (int32_t j = i - 1; j >= 1 && r.GetPulsArrival(j) > r.GetPulsArrival(j + 1); --j) {
+  for (int32_t i = 2; i <= r.Pulses()->Count(); ++i)
+    for (int32_t j = i - 1; j >= 1 && r.GetPulsArrival(j) > r.GetPulsArrival(j + 1); --j)
       r.Pulses()->Swap(j, j + 1);
-    }
-  }
   Access::Link(r);
 }
 
@@ -235,13 +232,10 @@ void LiteralInit(CSystemResponse& r, bool bCorrect, std::string& msg) {
 // Many records share groups, identifiers, travel times and flags, so that the corners meet.
 CSystemResponse RandomResponse(uint64_t seed) {
   std::mt19937_64 rng(seed);
-  const auto pick = [&](int32_t n) {
-    return static_cast<int32_t>(rng() % static_cast<uint64_t>(n));
-  };
+  const auto pick = [&](uint64_t n) { return static_cast<int32_t>(rng() % n); };
   const auto chance = [&](int32_t percent) { return pick(100) < percent; };
   CSystemResponse r;
-  const int32_t nLsp = pick(8);
-  const int32_t nPuls = pick(18);
+  const int32_t nLsp = pick(8), nPuls = pick(18);
   r.LspInfos()->SetCount(nLsp);
   r.Pulses()->SetCount(nPuls, nullptr);
   for (int32_t i = 1; i <= nLsp; ++i) {
@@ -253,7 +247,7 @@ CSystemResponse RandomResponse(uint64_t seed) {
     lsp.SetIsCoherence(chance(15));
     lsp.SetIsCoherenceInvalid(chance(35));
     lsp.SetCoherenceGroup(chance(50) ? 0 : pick(5) - 2);
-    lsp.SetPulsNr(chance(70) ? i : pick(nPuls + 1));
+    lsp.SetPulsNr(chance(70) ? i : pick(static_cast<uint64_t>(nPuls) + 1));
     lsp.SetDelay(0.5f * static_cast<float>(pick(4)));
     for (int32_t b = 1; b <= 21; ++b) lsp.SetPhase(b, static_cast<int16_t>(pick(62833) - 31416));
   }
@@ -263,7 +257,7 @@ CSystemResponse RandomResponse(uint64_t seed) {
       {kPulsFlagMember, 25},   {kPulsFlagCoherence, 15}, {kPulsFlagLspOff, 15}};
   for (int32_t p = 1; p <= nPuls; ++p) {
     CPulsClass& puls = *r.Puls(p);
-    puls.SetOrigin(chance(10) || nLsp == 0 ? 0 : 1 + pick(nLsp));
+    puls.SetOrigin(chance(10) || nLsp == 0 ? 0 : 1 + pick(static_cast<uint64_t>(nLsp)));
     puls.SetROrder(chance(35) ? 0 : 1 + pick(2));
     int32_t flags = 0;
     for (const auto& [bit, percent] : flagChances) flags |= chance(percent) ? bit : 0;
@@ -283,12 +277,6 @@ CSystemResponse RandomResponse(uint64_t seed) {
 }
 
 using Objects = std::vector<std::shared_ptr<CLspInfoClass>>;
-
-Objects LspObjects(const CSystemResponse& r) {
-  Objects objects;
-  for (int32_t i = 0; i <= r.LspInfos()->Count(); ++i) objects.push_back(r.LspInfo(i));
-  return objects;
-}
 
 // Every saved byte of every record, in buffer order, and which records are still the objects
 // they were before (a deep copy is a new object; `before` keeps the old ones alive so that no
@@ -313,7 +301,11 @@ void CompareOnRandomResponses(const Step& fast, const Step& literal) {
   for (int32_t c = 0; c < kCases; ++c) {
     CSystemResponse a = RandomResponse(static_cast<uint64_t>(c));
     CSystemResponse b = RandomResponse(static_cast<uint64_t>(c));
-    const Objects beforeA = LspObjects(a), beforeB = LspObjects(b);
+    Objects beforeA, beforeB;
+    for (int32_t i = 0; i <= a.LspInfos()->Count(); ++i) {
+      beforeA.push_back(a.LspInfo(i));
+      beforeB.push_back(b.LspInfo(i));
+    }
     const int32_t errA = testing::ErrorNumberOf([&] { fast(a); });
     ASSERT_EQ(errA, testing::ErrorNumberOf([&] { literal(b); })) << "case " << c;
     if (errA != 0) continue;
@@ -392,7 +384,7 @@ TEST(SystemResponsePrepare, LinksTheLaterDirectSoundFollowsItThroughTheSortAndRe
       kErrSubscript);
 }
 
-TEST(SystemResponsePrepare, APseudoPulseIsTheCoherentSumOfItsMembersInBandsOneToTwentyOne) {
+TEST(SystemResponsePrepare, PseudoPulseIsTheCoherentSumOfItsMembersAndPhasesAreAddedOnce) {
   // L1 pseudo, L2 and L3 its members: equal and simultaneous, so +6.02 dB at their phase; band 0
   // is stored only and keeps the pseudo pulse's own values.
   CSystemResponse r = Make(3, {{1, 0, 1}, {2, 0, 1}, {3, 0, 1}});
@@ -413,23 +405,21 @@ TEST(SystemResponsePrepare, APseudoPulseIsTheCoherentSumOfItsMembersInBandsOneTo
     EXPECT_EQ(r.Puls(1)->SPL(b), 6602) << b;
     EXPECT_EQ(r.Puls(1)->Phase(b), 1000) << b;
   }
-}
-
-TEST(SystemResponsePrepare, SpeakerPhasesAreAddedOnceAndNotIntoBandZero) {
-  CSystemResponse r = Make(1, {{1, 0, 1}, {0, 1, 2}});
-  for (int32_t b = 0; b <= 21; ++b) r.Puls(1)->SetPhase(b, 50);
-  for (int32_t b = 1; b <= 21; ++b) r.LspInfo(1)->SetPhase(b, b == 21 ? 31416 : 100);
+  // The loudspeaker's phases go into its direct sound once, wrapped, and not into band 0.
+  CSystemResponse one = Make(1, {{1, 0, 1}, {0, 1, 2}});
+  for (int32_t b = 0; b <= 21; ++b) one.Puls(1)->SetPhase(b, 50);
+  for (int32_t b = 1; b <= 21; ++b) one.LspInfo(1)->SetPhase(b, b == 21 ? 31416 : 100);
   std::string s;
   testing::RecordingBusy busy;
-  for (int32_t k = 0; k < 2; ++k) r.InitResponseDataAfterRead(true, false, s, &busy);
-  EXPECT_EQ(r.Puls(1)->Phase(0), 50);
-  EXPECT_EQ(r.Puls(1)->Phase(1), 150);
-  EXPECT_EQ(r.Puls(1)->Phase(21), 31466 - 62832);  // wrapped into -pi..pi
-  EXPECT_EQ(r.Puls(2)->Phase(1), 0);               // no loudspeaker, no phase
+  for (int32_t k = 0; k < 2; ++k) one.InitResponseDataAfterRead(true, false, s, &busy);
+  EXPECT_EQ(one.Puls(1)->Phase(0), 50);
+  EXPECT_EQ(one.Puls(1)->Phase(1), 150);
+  EXPECT_EQ(one.Puls(1)->Phase(21), 31466 - 62832);
+  EXPECT_EQ(one.Puls(2)->Phase(1), 0);  // no loudspeaker, no phase
   EXPECT_EQ(busy.calls.front().caption, "Add Phase Info");
 }
 
-TEST(SystemResponsePrepare, LoudspeakerSwitchingIsIdempotentAndReversible) {
+TEST(SystemResponsePrepare, SwitchingIsReversibleAndNormalisationMakesTheRolesExclusive) {
   // Pulse 3 is off for its own reason.
   CSystemResponse r = Make(1, {{1, 0, 1}, {1, 1, 2}, {1, 1, 3, kPulsFlagInactive}});
   for (const bool bActive : {false, false, true}) {
@@ -440,43 +430,36 @@ TEST(SystemResponsePrepare, LoudspeakerSwitchingIsIdempotentAndReversible) {
       EXPECT_EQ(r.Puls(p)->IsLspOff(), !bActive && p != 3) << p;
     }
   }
-}
-
-TEST(SystemResponsePrepare, NormalisationMakesTheRolesExclusive) {
   constexpr int32_t kPs = kPulsFlagPseudo, kBu = kPulsFlagBundle, kMe = kPulsFlagMember,
                     kCo = kPulsFlagCoherence;
-  struct Row {
-    int32_t in, out, lID, lIDPseudo;
-  };
-  const Row rows[] = {{kPs | kBu | kMe | kCo, kPs, 5, 6},
-                      {kBu | kCo, kCo, 0, 6},
-                      {kMe, kBu | kMe, 5, 6},
-                      {0, 0, 5, 0}};
-  for (const Row& row : rows) {
-    CSystemResponse r = Make(0, {{0, 1, 1, row.in}});
-    CPulsClass& p = *r.Puls(1);
+  const int32_t rows[][4] = {// flags in, flags out, ID, ID_Pseudo
+                             {kPs | kBu | kMe | kCo, kPs, 5, 6},
+                             {kBu | kCo, kCo, 0, 6},
+                             {kMe, kBu | kMe, 5, 6},
+                             {0, 0, 5, 0}};
+  for (const auto& row : rows) {
+    CSystemResponse one = Make(0, {{0, 1, 1, row[0]}});
+    CPulsClass& p = *one.Puls(1);
     p.SetID(5);
     p.SetID_Pseudo(6);
-    Access::Normalize(r);
-    const int32_t out = (p.IsPseudo() ? kPs : 0) | (p.IsBundle() ? kBu : 0) |
-                        (p.IsMember() ? kMe : 0) | (p.IsCoherence() ? kCo : 0);
-    EXPECT_EQ(out, row.out) << row.in;
-    EXPECT_EQ(p.ID(), row.lID) << row.in;
-    EXPECT_EQ(p.ID_Pseudo(), row.lIDPseudo) << row.in;
+    Access::Normalize(one);
+    EXPECT_EQ(p.Flags(), row[1]) << row[0];
+    EXPECT_EQ(p.ID(), row[2]) << row[0];
+    EXPECT_EQ(p.ID_Pseudo(), row[3]) << row[0];
   }
   // Loudspeakers: pseudo+member -> pseudo only; member without group -> invalid; no role ->
   // group cleared.
-  CSystemResponse r = Make(3, {});
-  r.LspInfo(1)->SetIsPseudo(true);
-  r.LspInfo(1)->SetIsMember(true);
-  r.LspInfo(1)->SetCoherenceGroup(-1);
-  r.LspInfo(2)->SetIsMember(true);
-  r.LspInfo(3)->SetCoherenceGroup(4);
-  Access::Normalize(r);
-  EXPECT_TRUE(r.LspInfo(1)->IsPseudo() && !r.LspInfo(1)->IsMember());
-  EXPECT_FALSE(r.LspInfo(1)->IsCoherenceInvalid());
-  EXPECT_TRUE(r.LspInfo(2)->IsCoherenceInvalid());
-  EXPECT_EQ(r.LspInfo(3)->CoherenceGroup(), 0);
+  CSystemResponse lsps = Make(3, {});
+  lsps.LspInfo(1)->SetIsPseudo(true);
+  lsps.LspInfo(1)->SetIsMember(true);
+  lsps.LspInfo(1)->SetCoherenceGroup(-1);
+  lsps.LspInfo(2)->SetIsMember(true);
+  lsps.LspInfo(3)->SetCoherenceGroup(4);
+  Access::Normalize(lsps);
+  EXPECT_TRUE(lsps.LspInfo(1)->IsPseudo() && !lsps.LspInfo(1)->IsMember());
+  EXPECT_FALSE(lsps.LspInfo(1)->IsCoherenceInvalid());
+  EXPECT_TRUE(lsps.LspInfo(2)->IsCoherenceInvalid());
+  EXPECT_EQ(lsps.LspInfo(3)->CoherenceGroup(), 0);
 }
 
 }  // namespace

@@ -112,13 +112,6 @@ TEST(CalculationTest, AlconsBothFormsAndClips) {
 }
 
 TEST(CalculationTest, AddPhasesWrapsIntoPlusMinusPi) {
-  struct Row {
-    int16_t a, b, expected;
-  };
-  const Row rows[] = {
-      {31415, 0, 31415}, {31416, 0, -31416}, {-31416, 0, 31416}, {32767, 32767, 2702}};
-  for (const Row& r : rows) EXPECT_EQ(AddPhases(r.a, r.b), r.expected) << r.a << " " << r.b;
-
   // Every reachable sum agrees with the plain wrap of the sum, shortcut or not.
   for (int32_t sum = -65536; sum <= 65534; ++sum) {
     const auto a = static_cast<int16_t>(sum / 2);
@@ -128,16 +121,12 @@ TEST(CalculationTest, AddPhasesWrapsIntoPlusMinusPi) {
   }
 }
 
-TEST(CalculationTest, BandAverageCosMatchesTheMeanOverTheSweep) {
+TEST(CalculationTest, BandAverageCosIsTheDifferenceOfSinesOverTheSweep) {
   const std::pair<double, double> sweeps[] = {
       {0.0, 1.0}, {-2.0, 5.0}, {3.0, -40.0}, {1e3, 1e3 + 7.0}};
   for (const auto& [a1, a2] : sweeps) {
     const double differenceOfSines = (std::sin(a2) - std::sin(a1)) / (a2 - a1);
     EXPECT_NEAR(BandAverageCos(a1, a2), differenceOfSines, 1e-12) << a1 << " " << a2;
-    double mean = 0.0;  // midpoint rule
-    const int n = 20000;
-    for (int i = 0; i < n; ++i) mean += std::cos(a1 + (a2 - a1) * (i + 0.5) / n) / n;
-    EXPECT_NEAR(BandAverageCos(a1, a2), mean, 1e-6) << a1 << " " << a2;
   }
   EXPECT_EQ(BandAverageCos(0.7, 0.7), std::cos(0.7));
   // Near-equal ends: the mean is the cosine at the middle. The difference of two sines would
