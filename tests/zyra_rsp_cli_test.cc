@@ -211,13 +211,8 @@ TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   const Json dump = Json::parse(raw.out);
   EXPECT_TRUE(dump["init"].is_null());
   EXPECT_EQ(dump["pulses"][0]["Travel"], "NaN");
-  EXPECT_EQ(dump["file_header"]["ZYRA"], std::string("ZYRA\x03\x00", 6));
-  EXPECT_EQ(dump["file_header"]["nHdr"], 9);  // the header and eight blocks
-  EXPECT_EQ(dump["pulses"].size(), dump["file_header"]["nRcd"].get<int>() + 1);
   EXPECT_NE(raw.err.find("BHd.IDfx PULS"), std::string::npos);  // the read log
-  const Json prepared = Json::parse(Run({"dump", Demo()}).out);
-  EXPECT_EQ(prepared["init"].dump(), R"({"result":0,"message":""})");
-  EXPECT_TRUE(prepared["pulse_buffer"]["SpeakerPhaseWasAdded"].get<bool>());
+  EXPECT_EQ(Json::parse(Run({"dump", Demo()}).out)["init"].dump(), R"({"result":0,"message":""})");
 
   const RunResult json =
       Run({"eval", Demo(), "--json", "--form", "sti", "--noise", "--interference", "pot,kin"});
@@ -226,8 +221,6 @@ TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   const Json eval = Json::parse(json.out);
   EXPECT_EQ(eval["alcons"]["interference"], 6);
   EXPECT_EQ(eval["calculate"]["result"], 0);
-  const double c80 = eval["derived"]["C80"][11].get<double>();
-  EXPECT_TRUE(c80 > -10.0 && c80 < 15.0) << c80;
   EXPECT_NE(Run({"eval", Demo()}).out.find("   1000 "), std::string::npos);  // the table
 }
 
@@ -262,7 +255,6 @@ TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
   const RunResult dump = Run({"dump", folder_ / "s7.rsp", "--raw"});
   ASSERT_EQ(dump.exit, 0) << dump.err;
   EXPECT_EQ(Json::parse(dump.out)["pulses"].size(), 10u);
-  EXPECT_EQ(Run({"synth", "--pulses", "9", "--speakers", "1", "-o", folder_ / "x.rsp"}).exit, 2);
 }
 
 // The parameters come with the reflections only; the decay plot is written in the format asked
@@ -272,26 +264,11 @@ TEST_F(ZyraRspTest, ParametersAndDecayPlot) {
   EXPECT_EQ(full["parameters"]["masking"], false);
   EXPECT_FALSE(
       Json::parse(Run({"eval", Demo(), "--json", "--direct-only"}).out).contains("parameters"));
-  EXPECT_EQ(Run({"eval", Demo(), "--fit-limits", "-35,-5"}).exit, 2);
   const fs::path png = folder_ / "decay.png";
   ASSERT_EQ(Run({"plot", Demo(), "--decay", "-o", png}).exit, 0);
   EXPECT_EQ(ReadWholeFile(png).substr(0, 8), "\x89PNG\r\n\x1a\n");
   EXPECT_TRUE(fs::exists(folder_ / "demo-hall-decay.svg"));
   EXPECT_TRUE(fs::exists(folder_ / "demo-hall-etc.svg"));
-}
-
-TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
-  // Under `script` standard error is a terminal: the bar is drawn and cleared again.
-  const std::string log = folder_ / "typescript";
-  const std::string command = Quoted(ZYRA_RSP_EXE) + " eval " + Quoted(Demo()) + " >/dev/null";
-  const int status = std::system(
-      ("script -qec " + Quoted(command) + " " + Quoted(log) + " >/dev/null 2>&1").c_str());
-  ASSERT_EQ(WEXITSTATUS(status), 0);
-  const std::string screen = ReadWholeFile(log);
-  // Each step shows at once what runs (a file this small finishes within one interval).
-  for (const char* step : {"\rReading ...", "\rEvaluating ..."}) {
-    EXPECT_NE(screen.find(step), std::string::npos) << screen;
-  }
 }
 
 // The rows carry exactly the values of the single-file JSON, and the probe's label and position.
@@ -395,9 +372,6 @@ TEST_F(ZyraRspTest, RowsKeepInputOrderAndFailuresGiveTheirRows) {
     EXPECT_TRUE(rows[4]["C80_dB"].is_null());
     EXPECT_NE(result.err.find("4 of 9 files failed"), std::string::npos) << result.err;
   }
-  const RunResult good = Run({"eval", seats[0], seats[1]});
-  EXPECT_EQ(good.exit, 0);
-  EXPECT_EQ(std::count(good.out.begin(), good.out.end(), '\n'), 3);  // header and two rows
 }
 
 // CSV that Python's csv module reads, with the header scripts rely on.
@@ -482,17 +456,23 @@ TEST_F(ZyraRspTest, MapLeavesFailuresOutWithANote) {
   EXPECT_TRUE(fs::exists(folder_ / "demo-seats-sti.svg"));
 }
 
-// The bar of a batch counts files; the rows on standard output stay clean of it.
-TEST_F(ZyraRspTest, BatchProgressCountsFilesOnATerminal) {
-  const std::string log = folder_ / "typescript-batch";
+// Under `script` standard error is a terminal: one file shows each step as it runs (a file
+// this small finishes within one interval), a batch counts files; the rows stay clean of it.
+TEST_F(ZyraRspTest, ProgressBarOnATerminalOnly) {
+  const std::string log = folder_ / "typescript";
   const fs::path out = folder_ / "rows.csv";
   const std::vector<std::string> seats = Seats();
-  const std::string command = Quoted(ZYRA_RSP_EXE) + " eval " + Quoted(seats[0]) + " " +
-                              Quoted(seats[1]) + " --format csv >" + Quoted(out);
+  const std::string exe = Quoted(ZYRA_RSP_EXE);
+  const std::string command = exe + " eval " + Quoted(Demo()) + " >/dev/null && " + exe + " eval " +
+                              Quoted(seats[0]) + " " + Quoted(seats[1]) + " --format csv >" +
+                              Quoted(out);
   const int status = std::system(
       ("script -qec " + Quoted(command) + " " + Quoted(log) + " >/dev/null 2>&1").c_str());
   ASSERT_EQ(WEXITSTATUS(status), 0);
-  EXPECT_NE(ReadWholeFile(log).find("Files 1 of 2 ["), std::string::npos) << ReadWholeFile(log);
+  const std::string screen = ReadWholeFile(log);
+  for (const char* shown : {"\rReading ...", "\rEvaluating ...", "Files 1 of 2 ["}) {
+    EXPECT_NE(screen.find(shown), std::string::npos) << screen;
+  }
   const std::string rows = ReadWholeFile(out);
   EXPECT_EQ(std::count(rows.begin(), rows.end(), '\n'), 3);
   EXPECT_EQ(rows.find('\r'), std::string::npos);

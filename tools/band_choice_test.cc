@@ -16,22 +16,18 @@ TEST(BandChoiceTest, NumbersBelowHundredAreBandsFrequenciesMustBeNominalCentres)
       {"21", 21, ""},
       {"1000", 11, ""},
       {"1000Hz", 11, ""},
-      {"1000 hz", 11, ""},
       {"1k", 11, ""},
       {"1.25kHz", 12, ""},
       {"100", 1, ""},
       {"10000", 21, ""},
-      {"3150", 16, ""},
       {"0", 0, "no band 0"},
       {"22", 0, "no band 22"},
-      {"99", 0, "no band 99"},
       {"11.5", 0, "no band 11.5"},
       {"-3", 0, "no band -3"},
       {"1001", 0, "nearest: 1000 Hz or 1250 Hz"},
       {"11Hz", 0, "nearest: 100 Hz"},
       {"20000", 0, "nearest: 10000 Hz"},
       {"", 0, "is not a band"},
-      {"k", 0, "is not a band"},
       {"1e3", 11, ""},
       {"nan", 0, "is not a band"},
       {"1000Hzz", 0, "is not a band"},
@@ -42,19 +38,6 @@ TEST(BandChoiceTest, NumbersBelowHundredAreBandsFrequenciesMustBeNominalCentres)
     EXPECT_EQ(band.value_or(0), row.band) << row.text;
     EXPECT_NE(problem.find(row.problemPart), std::string::npos) << row.text << ": " << problem;
   }
-}
-
-TEST(BandChoiceTest, OctaveCentresAreEveryThirdBandFromTwo) {
-  for (int32_t band = kFirstBand; band <= kLastBand; ++band) {
-    const auto octave = OctaveCentredOn(band);
-    const bool bCentre = band % 3 == 2;
-    ASSERT_EQ(octave.has_value(), bCentre) << band;
-    if (bCentre) {
-      EXPECT_EQ(CentreBandOfOctave(*octave), band);
-      EXPECT_EQ(BandFrequency(band), 125 << (*octave - 1)) << band;
-    }
-  }
-  EXPECT_EQ(BandColumnText(11), "1000Hz");
 }
 
 }  // namespace

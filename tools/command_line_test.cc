@@ -80,31 +80,6 @@ Options Parsed(const std::vector<std::string>& args) {
   return std::get<Options>(*outcome.parsed.command);
 }
 
-TEST(CommandLineTest, OptionsAndBoundaryValuesAreTranslated) {
-  const auto plain = Parsed<EvalOptions>({"eval", "a.rsp"});
-  EXPECT_EQ(plain.lInterfFlags, 0);
-  EXPECT_EQ(plain.eForm, AlconsFormOption::kPeutz);
-  EXPECT_EQ(Parsed<EvalOptions>({"eval", "a.rsp", "--interference", "kin,pot"}).lInterfFlags, 6);
-  const auto all =
-      Parsed<EvalOptions>({"eval", "--json", "--noise", "--direct-only", "--form", "sti", "a.rsp"});
-  EXPECT_EQ(all.eForm, AlconsFormOption::kSti);
-  EXPECT_TRUE(all.bJson && all.bNoise && all.bDirectOnly);
-  EXPECT_EQ(all.sFile, "a.rsp");
-  EXPECT_EQ(Parsed<PlotOptions>({"plot", "a.rsp", "-o", "etc.svg"}).iBand, kDefaultPlotBand);
-  EXPECT_EQ(Parsed<PlotOptions>({"plot", "a.rsp", "--output", "e.svg", "--band", "21"}).iBand, 21);
-  const auto smallest =
-      Parsed<SynthOptions>({"synth", "--pulses", "10", "--speakers", "10", "-o", "s.rsp"});
-  EXPECT_EQ(smallest.nPulses, 10);
-  EXPECT_EQ(smallest.lSeed, 1u);
-  const auto largest = Parsed<SynthOptions>({"synth", "--pulses", "10000000", "--speakers", "32767",
-                                             "--seed", "18446744073709551615", "-o", "s.rsp"});
-  EXPECT_EQ(largest.nPulses, 10'000'000);
-  EXPECT_EQ(largest.nSpeakers, 32767);
-  EXPECT_EQ(largest.lSeed, 18446744073709551615u);
-  const auto convert = Parsed<ConvertOptions>({"convert", "in.rsp", "out/new.rsp"});
-  EXPECT_EQ(convert.sIn + " " + convert.sOut, "in.rsp out/new.rsp");
-}
-
 // Fit limits must lie 0 >= T1 > T2; a picture's extension must name its format; a wrong one
 // is a usage error naming what was given.
 TEST(CommandLineTest, FitLimitsAndPictureFormats) {
@@ -130,31 +105,6 @@ TEST(CommandLineTest, FitLimitsAndPictureFormats) {
       Parsed<PlotOptions>({"plot", "a.rsp", "--decay", "--band", "11", "-o", "d.png"});
   EXPECT_TRUE(band.bDecay && band.bOneBand && band.iBand == 11);
   EXPECT_EQ(Parsed<PlotOptions>({"plot", "a.rsp", "--band", "2kHz", "-o", "d.png"}).iBand, 14);
-}
-
-// One file without --format keeps the single-file forms; --format, several files, a list on
-// standard input or per-band columns give rows.
-TEST(CommandLineTest, RowsMapsAndSeatingAreas) {
-  EXPECT_EQ(Parsed<EvalOptions>({"eval", "a.rsp", "--json"}).sFile, "a.rsp");
-  const auto one = Parsed<EvalRowsOptions>({"eval", "a.rsp", "--format", "csv", "--no-masking"});
-  EXPECT_TRUE(one.eFormat == RowFormat::kCsv && !one.eval.bMasking && one.nJobs == 0);
-  const auto many = Parsed<EvalRowsOptions>({"eval", "a.rsp", "b.rsp", "-j", "3"});
-  EXPECT_TRUE(many.eFormat == RowFormat::kTable && many.nJobs == 3 && many.bHeader);
-  EXPECT_EQ(many.saFiles, (std::vector<std::string>{"a.rsp", "b.rsp"}));
-  const auto listed = Parsed<EvalRowsOptions>({"eval", "-", "--bands", "third", "--no-header"});
-  EXPECT_TRUE(listed.eBands == RowBands::kThird && !listed.bHeader);
-  EXPECT_TRUE(Parsed<EvalRowsOptions>({"eval", "a.rsp", "--bands", "octave"}).eBands ==
-              RowBands::kOctave);
-  const auto map = Parsed<MapOptions>(
-      {"map", "a.rsp", "b.rsp", "--param", "C80", "--band", "1000", "-o", "m.png"});
-  EXPECT_EQ(map.iBand, 11);
-  EXPECT_FALSE(Parsed<MapOptions>({"map", "-", "--param", "C80_250Hz_dB", "-o", "m.pdf"}).iBand);
-  const auto grid = Parsed<SeatGridOptions>(
-      {"synth", "--grid", "12,20", "--pulses", "3000", "--area", "10,3,30,20", "-o", "seats"});
-  EXPECT_EQ(grid.nRows * 100 + grid.nSeats, 1220);
-  EXPECT_EQ(grid.nPulses, 3000);
-  EXPECT_EQ(grid.area, (std::array<double, 4>{10, 3, 30, 20}));
-  EXPECT_EQ(Parsed<SeatGridOptions>({"synth", "--grid", "1,1", "-o", "seats"}).nPulses, 0);
 }
 
 }  // namespace

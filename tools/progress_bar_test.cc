@@ -46,26 +46,6 @@ TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAboutOncePerIntervalOnATermina
   }
 }
 
-TEST(TerminalProgressTest, ShowsTheStepThatRunsAndTheLibrarysCaptionInIt) {
-  std::ostringstream out;
-  double now = 0.0;
-  TerminalProgress progress(out, true, [&] { return now; });
-  const auto drawn = [&](const std::function<void()>& report) {
-    const std::size_t before = out.str().size();
-    report();
-    return out.str().substr(before);
-  };
-  EXPECT_EQ(drawn([&] { progress.Begin("Reading"); }), "\rReading ...");
-  now = 1.0;
-  EXPECT_EQ(drawn([&] { progress.ShowProgress("Releasing Memory", 0.5, kBusyInterval); }),
-            "\r" + TerminalProgress::BarLine("Reading: Releasing Memory", 0.5));
-  // A part reported done shows the step alone until the next part.
-  now = 2.0;
-  EXPECT_TRUE(drawn([&] {
-                progress.ShowProgress("Releasing Memory", 1.0, kBusyInterval);
-              }).starts_with("\rReading ..."));
-}
-
 TEST(TerminalProgressTest, BarLineClipsTheFraction) {
   const std::string empty = "Test [>" + std::string(29, ' ') + "]   0%";
   const std::string full = "Test [" + std::string(30, '=') + "] 100%";

@@ -200,18 +200,6 @@ TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
   }
 }
 
-TEST_F(FacadeTest, ModelTablesInOrderWithUtf8Labels) {
-  const Response response = Response::Open(Write("tables.rsp", 100.0));
-  EXPECT_EQ(response.Probe().sLabel, "Sitz \xC3\xA9");
-  EXPECT_EQ(response.Probe().nPulses, 2);
-  const PulseColumns pulses = response.Pulses();
-  ASSERT_EQ(pulses.Count(), 2);
-  EXPECT_EQ(pulses.laROrder, (std::vector<int32_t>{0, 1}));
-  EXPECT_EQ(pulses.daArrival[1] - pulses.daArrival[0], 100.0);
-  EXPECT_EQ(pulses.iaSPL[PulseColumns::kBandSlots + 11], 2000);
-  EXPECT_EQ(response.Loudspeakers().laPulsNr, (std::vector<int32_t>{1}));
-}
-
 TEST(SplitFilePathTest, FolderKeepsItsTrailingSlash) {
   const struct {
     const char* given;
