@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
-#include <fstream>
 #include <regex>
 #include <sstream>
 
@@ -153,7 +152,7 @@ TEST(EtcPlotTest, LabelsKeepClearAndTheTailRunsToTheAxisBottom) {
 }
 
 // The demo hall: the tail of a band starts at tHall (later than tDiff there) and ends 60 dB
-// down one reverberation time later; the plot command writes each format whole.
+// down one reverberation time later.
 TEST(PlotCommandTest, DemoTailAndPictures) {
   const fs::path dir = fs::temp_directory_path() / ("zyra-plot-" + std::to_string(getpid()));
   DemoOptions demo;
@@ -171,15 +170,6 @@ TEST(PlotCommandTest, DemoTailAndPictures) {
     EXPECT_NEAR(plot.tail.back().tMs - plot.tail.front().tMs, 1000.0 * rt, 1e-9) << band;
     EXPECT_NEAR(plot.tail.front().dLevel - plot.tail.back().dLevel, 60.0, 1e-6) << band;
     EXPECT_EQ(std::ranges::count(plot.arrivals, ArrivalKind::kDirect, &EtcArrival::eKind), 4);
-  }
-  for (const char* name : {"etc.svg", "etc.png", "etc.pdf"}) {
-    PlotOptions options;
-    options.sFile = dir / "demo-hall.rsp";
-    options.sOut = dir / name;
-    ASSERT_EQ(RunPlot(options), kExitSuccess) << name;
-    std::ifstream in(options.sOut, std::ios::binary);
-    const std::vector<uint8_t> bytes((std::istreambuf_iterator<char>(in)), {});
-    ExpectPictureParses(*PictureFormatOf(name), bytes);
   }
   fs::remove_all(dir);
 }
