@@ -253,7 +253,7 @@ void WriteDumpJson(std::ostream& out, const CProbeRspClass& cFile, const CFileHe
     out << "[";
     for (int32_t i = 1; i <= n; ++i) {
       out << (i == 1 ? "\n    " : ",\n    ");
-      WriteNested(out, PulsJson(*Required(rsp.Puls(i))), 2);
+      WriteNested(out, PulsJson(rsp.Pulses()->PulsRecord(i)), 2);
     }
     out << "\n  ]";
   }
@@ -265,11 +265,11 @@ Json DumpJson(const CProbeRspClass& cFile, const CFileHeaderClass& header, const
   const CSystemResponse& rsp = *cFile.Rsp();
   Json loudspeakers = Json::array();
   for (int32_t i = 1; i <= rsp.LspInfos()->Count(); ++i) {
-    loudspeakers.push_back(LoudspeakerJson(*Required(rsp.LspInfo(i))));
+    loudspeakers.push_back(LoudspeakerJson(rsp.LspInfos()->LspInfoRecord(i)));
   }
   Json pulses = Json::array();
   for (int32_t i = 1; bWithPulses && i <= rsp.Pulses()->Count(); ++i) {
-    pulses.push_back(PulsJson(*Required(rsp.Puls(i))));
+    pulses.push_back(PulsJson(rsp.Pulses()->PulsRecord(i)));
   }
   return Json{{"read", ReadJson(read)},
               {"init", init != nullptr ? InitJson(*init) : Json(nullptr)},

@@ -40,7 +40,7 @@ EtcPlotData BuildEtcPlotData(const CProbeRspClass& cFile, const Evaluation& eval
   plot.sSubtitle = sSubtitle;
   double tEnd = 100.0;
   for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
-    const CPulsClass& puls = *Required(rsp.Puls(i));
+    const CPulsClass& puls = rsp.Pulses()->PulsRecord(i);
     const double level = puls.GetSPLForCalc(iBand, false);
     if (level <= 0.0) continue;
     const double t = rsp.GetPulsArrival(i) - r.tRef();

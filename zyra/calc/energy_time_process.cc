@@ -92,7 +92,7 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   std::vector<const CPulsClass*> countedPulses;
   countedPulses.reserve(static_cast<size_t>(n));
   for (int32_t i = 1; i <= n; ++i) {
-    const CPulsClass* cPuls = Required(buffer.Puls(i)).get();
+    const CPulsClass* cPuls = &buffer.PulsRecord(i);
     if (!(cPuls->IsDirectSound() || bIsWithTail || bIsWithReflections)) continue;
     counted.push_back({rsp.GetPulsArrival(i), cPuls->IsDirectSound()});
     countedPulses.push_back(cPuls);
@@ -113,7 +113,7 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   if (bReport) {
     laCountedIndex.reserve(counted.size());
     for (int32_t i = 1; i <= n; ++i) {
-      const CPulsClass& cPuls = *buffer.Puls(i);
+      const CPulsClass& cPuls = buffer.PulsRecord(i);
       if (cPuls.IsDirectSound() || bIsWithTail || bIsWithReflections) laCountedIndex.push_back(i);
     }
   }

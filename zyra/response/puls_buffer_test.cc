@@ -95,6 +95,32 @@ TEST(PulsBufferTest, SetCountPreserveKeepsReferencesAndFillsEmptySlots) {
   EXPECT_EQ(buffer.MaxOrder(), 9);
 }
 
+TEST(PulsBufferTest, ReferencesHandedOutFollowTheirPulsesThroughARearrangement) {
+  CPulsBufferClass buffer;
+  buffer.SetCount(5, nullptr);
+  for (int32_t i = 1; i <= 5; ++i) buffer.PulsRecord(i).SetID(10 * i);
+  const auto taken = buffer.Puls(2);  // a record of the buffer's own, handed out
+  const auto given = PulsWithID(30);  // the caller's object, stored as it is
+  buffer.SetPuls(3, given);
+  const auto dropped = buffer.Puls(4);
+  // Errors move nothing: a source outside 1..Count, a source named twice.
+  for (const std::vector<int32_t>& bad : {std::vector<int32_t>{1, 6}, {0}, {2, 2}}) {
+    EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.Rearrange(bad); }), kErrSubscript);
+  }
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{10, 20, 30, 40, 50}));
+
+  buffer.Rearrange(std::vector<int32_t>{5, 3, 1, 2});
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{50, 30, 10, 20}));
+  EXPECT_EQ(buffer.Puls(4), taken);
+  EXPECT_EQ(buffer.Puls(2), given);
+  EXPECT_EQ(dropped->ID(), 40);  // still valid, no longer the buffer's
+  taken->SetID(21);
+  given->SetID(31);
+  buffer.PulsRecord(1).SetID(51);
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{51, 31, 10, 21}));
+  EXPECT_EQ(buffer.Puls(1), buffer.Puls(1));  // handed out once, the same object after
+}
+
 TEST(PulsBufferTest, LineArrayReflexionsNeedAnActiveBundleReflectionWithPseudo) {
   struct Case {
     bool bBundle;

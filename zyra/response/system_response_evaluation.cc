@@ -159,11 +159,11 @@ int32_t CSystemResponse::CalculateTimes(bool bIsInterferenceOn, double& tFirst, 
   size_t nActive = 0;
   for (size_t i = 0; i < n; ++i) {
     const auto iLsp = static_cast<int32_t>(i + 1);
-    const CLspInfoClass& cLsp = *Required(infos.LspInfo(iLsp));
+    const CLspInfoClass& cLsp = infos.LspInfoRecord(iLsp);
     if (cLsp.IsActive()) ++nActive;
     LspTiming& timing = timings[i];
     timing.dArrival = GetLspArrival(iLsp);
-    const CPulsClass& cDirect = *Required(Puls(cLsp.PulsNr()));
+    const CPulsClass& cDirect = Pulses()->PulsRecord(cLsp.PulsNr());
     timing.dDirectArrival = GetPulsArrival(cLsp.PulsNr());
     timing.dLevel11 = cDirect.GetSPLForCalc(kReferenceBand, bIsInterferenceOn);
     timing.bDirectActive = cDirect.IsActiveForCalc(bIsInterferenceOn);
@@ -235,8 +235,8 @@ bool CSystemResponse::CalculateDirectSound(double tRef, double tDiff, double tFi
   std::vector<Direct> directs;
   directs.reserve(static_cast<size_t>(infos.Count()));
   for (int32_t j = 1; j <= infos.Count(); ++j) {
-    const int32_t iPuls = Required(infos.LspInfo(j))->PulsNr();
-    const CPulsClass* cPuls = Required(Puls(iPuls)).get();
+    const int32_t iPuls = infos.LspInfoRecord(j).PulsNr();
+    const CPulsClass* cPuls = &Pulses()->PulsRecord(iPuls);
     const double dArrival = GetPulsArrival(iPuls);
     if (dArrival - tRef < tDiff) directs.push_back({cPuls, dArrival});
   }
@@ -273,7 +273,7 @@ std::vector<InterferenceRead> ReadInterferencePulses(const CSystemResponse& rsp,
   std::vector<InterferenceRead> reads;
   reads.reserve(static_cast<size_t>(buffer.Count()));
   for (int32_t i = 1; i <= buffer.Count(); ++i) {
-    const CPulsClass* cPuls = Required(buffer.Puls(i)).get();
+    const CPulsClass* cPuls = &buffer.PulsRecord(i);
     const double dP = cPuls->GetPressureForCalc(iTerz1, true);
     const double dTau = rsp.GetPulsArrival(i) - tRef;
     const double dPhi = cPuls->Phase(iTerz1) * 0.0001;

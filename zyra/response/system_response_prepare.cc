@@ -144,7 +144,7 @@ void CSystemResponse::RemoveUnusedLspInfos(int32_t& nRemoved) {
     if (used[Slot(i)] == 0) continue;
     laNewNumber[Slot(i)] = ++nKept;
     // A record that moves is stored as a deep copy, as moving it one place at a time would.
-    if (nKept != i) infos.SetLspInfo(nKept, Required(infos.LspInfo(i))->CopyDeep());
+    if (nKept != i) infos.SetLspInfoValue(nKept, infos.LspInfoRecord(i).CopyThroughProperties());
   }
   nRemoved = nLsp - nKept;
   if (nRemoved == 0) return;
@@ -190,8 +190,8 @@ void CSystemResponse::CorrectBadBundles() {
   std::unordered_map<int32_t, int32_t> firstPseudoOfGroup;
   for (int32_t j = 1; j <= nLsp; ++j) {
     const CLspInfoClass& lsp = infos.LspInfoRecord(j);
-    const std::shared_ptr<CPulsClass> cDirect = pulses.Puls(lsp.PulsNr());
-    if (lsp.CoherenceGroup() != 0 && cDirect && cDirect->IsPseudo())
+    const CPulsClass* cDirect = pulses.FindPuls(lsp.PulsNr());
+    if (lsp.CoherenceGroup() != 0 && cDirect != nullptr && cDirect->IsPseudo())
       firstPseudoOfGroup.emplace(lsp.CoherenceGroup(), j);
   }
 
@@ -258,12 +258,13 @@ void CSystemResponse::CorrectBadBundles() {
   }
   if (nRemoved == 0) return;
   std::vector<int32_t> laRemovedBelow(Slot(nPuls) + 2, 0);  // removed pulses with index < q
-  int32_t nKept = 0;
+  std::vector<int32_t> laKept;
+  laKept.reserve(Slot(nPuls - nRemoved));
   for (int32_t p = 1; p <= nPuls; ++p) {
     laRemovedBelow[Slot(p) + 1] = laRemovedBelow[Slot(p)] + removed[Slot(p)];
-    if (removed[Slot(p)] == 0 && ++nKept != p) pulses.SetPuls(nKept, pulses.Puls(p));
+    if (removed[Slot(p)] == 0) laKept.push_back(p);
   }
-  pulses.SetCountPreserve(nKept);
+  pulses.Rearrange(laKept);
   for (int32_t i = 1; i <= nLsp; ++i) {
     CLspInfoClass& lsp = infos.LspInfoRecord(i);
     const int32_t q = lsp.PulsNr();
@@ -290,8 +291,8 @@ void CSystemResponse::RebuildCoherenceGroups(std::string& sErrorMessage) {
   std::vector<int32_t> laKey(Slot(nLsp) + 1, 0);
   bool bAnyDirectMissing = false;
   for (int32_t j = 1; j <= nLsp; ++j) {
-    const std::shared_ptr<CPulsClass> cDirect = pulses.Puls(infos.LspInfoRecord(j).PulsNr());
-    if (!cDirect) {
+    const CPulsClass* cDirect = pulses.FindPuls(infos.LspInfoRecord(j).PulsNr());
+    if (cDirect == nullptr) {
       bAnyDirectMissing = true;
     } else if (cDirect->IsBundle()) {
       hasKey[Slot(j)] = 1;
@@ -580,13 +581,13 @@ bool ArrivesEarlier(double a, double b) {
 void CSystemResponse::SortPulsesSimple() {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
-  std::vector<std::pair<float, std::shared_ptr<CPulsClass>>> items;
+  std::vector<std::pair<float, int32_t>> items;
   items.reserve(Slot(nPuls));
   bool bAnyNaN = false;
   for (int32_t p = 1; p <= nPuls; ++p) {
     const float fTravel = pulses.PulsRecord(p).Travel();
     bAnyNaN = bAnyNaN || std::isnan(fTravel);
-    items.emplace_back(fTravel, pulses.Puls(p));
+    items.emplace_back(fTravel, p);
   }
   if (!bAnyNaN) {
     // An insertion sort that stops at the first neighbour not later is a stable sort.
@@ -601,7 +602,10 @@ void CSystemResponse::SortPulsesSimple() {
       }
     }
   }
-  for (int32_t p = 1; p <= nPuls; ++p) pulses.SetPuls(p, std::move(items[Slot(p - 1)].second));
+  std::vector<int32_t> laOrder;
+  laOrder.reserve(items.size());
+  for (const auto& item : items) laOrder.push_back(item.second);
+  pulses.Rearrange(laOrder);
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
@@ -624,10 +628,9 @@ bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIn
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
 
-  std::vector<std::shared_ptr<CPulsClass>> sorted;
-  sorted.reserve(Slot(nPuls));
-  for (const int32_t p : laOrder) sorted.push_back(pulses.Puls(p));
-  for (int32_t p = 1; p <= nPuls; ++p) pulses.SetPuls(p, std::move(sorted[Slot(p - 1)]));
+  // The pulses themselves move into arrival order, so that every walk after the sort reads
+  // them in sequence.
+  pulses.Rearrange(laOrder);
   LinkLspInfosToDirectPulses();
   return true;
 }

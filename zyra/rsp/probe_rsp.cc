@@ -274,16 +274,16 @@ bool CProbeRspClass::LacksCoherenceInformation() const {
   const CLspInfoBufferClass& lsps = *Required(rsp.LspInfos());
   bool bHasMembers = false;
   for (int32_t i = 1; i <= lsps.Count() && !bHasMembers; ++i) {
-    const CLspInfoClass& lsp = *Required(lsps.LspInfo(i));
+    const CLspInfoClass& lsp = lsps.LspInfoRecord(i);
     bHasMembers = lsp.IsMember() && !lsp.IsCoherenceInvalid();
   }
   if (!bHasMembers) return false;
 
   const CPulsBufferClass& pulses = *Required(rsp.Pulses());
   for (int32_t i = 1; i <= pulses.Count(); ++i) {
-    const CPulsClass& puls = *Required(pulses.Puls(i));
+    const CPulsClass& puls = pulses.PulsRecord(i);
     // Origin 0 looks at the slot-0 template; an Origin naming no record is error 91.
-    const CLspInfoClass& lsp = *Required(lsps.LspInfo(puls.Origin()));
+    const CLspInfoClass& lsp = lsps.LspInfoRecord(puls.Origin());
     if (lsp.IsMember() && !lsp.IsPseudo() && puls.ID_Pseudo() == 0) return true;
     // The first grouped reflection that names its pseudo pulse shows the file has them.
     if (puls.ROrder() > 0 && puls.ID_Pseudo() != 0 && lsp.IsMember()) return false;
