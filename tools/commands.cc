@@ -55,7 +55,7 @@ SplitPath SplitFilePath(const std::string& sFilePath) {
   return {sFilePath.substr(0, slash + 1), sFilePath.substr(slash + 1)};
 }
 
-bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
+bool WriteFileAtomically(const std::string& sTarget, const TemporaryWriter& write,
                          std::string& sErrorMessage) {
   std::string sTemporary;
   const int fd = CreateTemporaryBeside(sTarget, sTemporary);
@@ -74,7 +74,11 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
   if (stat(sTarget.c_str(), &existing) == 0 && fchmod(fd, existing.st_mode & 07777) != 0) {
     return fail("cannot set the permissions of", errno, true);
   }
-  if (!WriteAll(fd, bytes)) return fail("cannot write", errno, true);
+  if (!write(fd, sTemporary, sErrorMessage)) {
+    close(fd);
+    unlink(sTemporary.c_str());
+    return false;
+  }
   // On disk before the rename, so that a crash leaves the old file or the whole new one.
   if (fsync(fd) != 0) return fail("cannot flush", errno, true);
   if (close(fd) != 0) return fail("cannot close", errno, false);
@@ -85,6 +89,18 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
     return false;
   }
   return true;
+}
+
+bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
+                         std::string& sErrorMessage) {
+  return WriteFileAtomically(
+      sTarget,
+      [bytes](int fd, const std::string& sTemporary, std::string& sMessage) {
+        if (WriteAll(fd, bytes)) return true;
+        sMessage = SystemError("cannot write", sTemporary, errno);
+        return false;
+      },
+      sErrorMessage);
 }
 
 void PrintErrorLine(std::ostream& err, const std::string& sFile, const std::string& sMessage) {

@@ -3,6 +3,7 @@
 #define ZYRA_TOOLS_COMMANDS_H_
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <span>
 #include <string>
@@ -91,6 +92,14 @@ SplitPath SplitFilePath(const std::string& sFilePath);
 // removed, the target is left as it was, `sErrorMessage` says what failed and the result is
 // false. A new file gets the usual permissions; a replaced one keeps its own.
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
+                         std::string& sErrorMessage);
+// The same with the content written by `write` to the temporary file, given as an open
+// descriptor and by name, so that a large file need not be held in memory first. `write`
+// answers false, having set the message, when it could not write; the temporary is then
+// removed as on any other failure.
+using TemporaryWriter =
+    std::function<bool(int fd, const std::string& sTemporary, std::string& sErrorMessage)>;
+bool WriteFileAtomically(const std::string& sTarget, const TemporaryWriter& write,
                          std::string& sErrorMessage);
 
 // One error line "zyra-rsp: FILE: message" (line breaks in the message become blanks).

@@ -1,4 +1,6 @@
 // The seven commands of zyra-rsp over the host sequence of response_session.h.
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <sstream>
@@ -233,19 +235,32 @@ int RunConvert(const ConvertOptions& options) {
   TerminalProgress progress;
   Session session;
   if (const int status = OpenAndPrepare(options.sIn, session, progress, false)) return status;
-  std::vector<uint8_t> image;
-  try {
-    image = SaveImage(session.file, options.sOut, session.read);
-  } catch (const RuntimeError& error) {
-    PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
-    return kExitFailure;
-  }
+  // The image goes to the temporary file as it is made, so that the response and its whole
+  // image are never in memory together.
+  std::optional<ErrorInfo> saveError;
+  const auto write = [&](int, const std::string& sTemporary, std::string& sMessage) {
+    errno = 0;
+    try {
+      WriteSaveImageToFile(session.file, options.sOut, session.read, sTemporary);
+      return true;
+    } catch (const RuntimeError& error) {
+      if (error.Number() != kErrPathFileAccess) {
+        saveError = ErrorInfoOf(error);
+      } else {
+        sMessage = "cannot write " + sTemporary +
+                   (errno != 0 ? ": " + std::string(std::strerror(errno)) : "");
+      }
+      return false;
+    }
+  };
   std::string sMessage;
-  if (!WriteFileAtomically(options.sOut, image, sMessage)) {
+  if (WriteFileAtomically(options.sOut, write, sMessage)) return kExitSuccess;
+  if (saveError) {
+    PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(*saveError));
+  } else {
     PrintErrorLine(options.sOut, sMessage);
-    return kExitFailure;
   }
-  return kExitSuccess;
+  return kExitFailure;
 }
 
 int RunPlot(const PlotOptions& options) {

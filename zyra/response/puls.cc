@@ -30,8 +30,9 @@ void CPulsClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVersion) {
 }
 
 void CPulsClass::SaveToByteStream(ByteStream& cByteStream) const {
-  WriteRecordBytes(cByteStream, kLengthVersion1,
-                   [this](SpanFieldWriter& writer) { Layout(*this, writer, true); });
+  WriteRecordBytes<kLengthVersion1>(cByteStream, kLengthVersion1, [this](SpanFieldWriter& writer) {
+    Layout(*this, writer, true);
+  });
 }
 
 int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {

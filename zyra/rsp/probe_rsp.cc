@@ -35,24 +35,10 @@ bool IsKnownBlockID(const std::string& sIDfx) {
   return false;
 }
 
-// The whole file folder + name as bytes; empty when it does not exist (a folder is no file)
-// or holds nothing.
-std::vector<uint8_t> LoadFileBytes(const std::string& sPath, const std::string& sFile) {
-  if (!FileExists(sPath, sFile)) return {};
-  const std::string sFileName = sPath + sFile;
-  std::ifstream file(sFileName, std::ios::binary);
-  if (!file) throw std::runtime_error("cannot open the file");
-  file.seekg(0, std::ios::end);
-  const std::streamoff length = file.tellg();
-  if (length < 0) throw std::runtime_error("cannot read the file");
-  if (length > ByteStream::kMaxLength) RaiseError(kErrOverflow);
-  std::vector<uint8_t> bytes(static_cast<size_t>(length));
-  file.seekg(0, std::ios::beg);
-  if (!bytes.empty() &&
-      !file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length))) {
-    RaiseError(kErrPastEnd);
-  }
-  return bytes;
+// Makes `stream` stand for the file folder + name; it stays empty when the file does not exist
+// (a folder is no file). The bytes are read as the blocks need them, never all at once.
+void OpenResponseFile(ByteStream& stream, const std::string& sPath, const std::string& sFile) {
+  if (FileExists(sPath, sFile)) stream.OpenFileForReading(sPath + sFile);
 }
 
 std::string ReadErrorMessage(const std::string& sDescription, const std::string& sFile) {
@@ -84,8 +70,7 @@ ByteStream& BlockStream(ByteStream& cFile, int32_t lPosition, int32_t lBlockLeng
     cFile.SetPosition(lPosition);
     return cFile;
   }
-  cScratch.LoadFromBytes(
-      cFile.Bytes().subspan(static_cast<size_t>(lPosition), static_cast<size_t>(lEnd - lPosition)));
+  cScratch.LoadFromBytes(cFile.CopyBytes(lPosition, static_cast<int32_t>(lEnd - lPosition)));
   return cScratch;
 }
 
@@ -115,7 +100,7 @@ int32_t CProbeRspClass::ReadRSPFile(const std::string& sPath, const std::string&
   return GuardedRead(sFile, sErrorMessage, [&] {
     EmptyModel(cBusy);  // also when the file cannot be loaded
     ByteStream stream;
-    stream.LoadFromBytes(LoadFileBytes(sPath, sFile));
+    OpenResponseFile(stream, sPath, sFile);
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });
@@ -378,11 +363,9 @@ std::string CProbeRspClass::SavePrefixText(const std::string& sAppInfoLabel,
   return prefix;
 }
 
-std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
-                                                    const std::string& sFileName,
-                                                    const std::string& sAppInfoLabel,
-                                                    float fPredDelayTime, int32_t nRaysPerLspk,
-                                                    float fCutOffTime) {
+void CProbeRspClass::WriteSaveImage(ByteStream& cByteStream, const std::string& sPath,
+                                    const std::string& sFileName, const std::string& sAppInfoLabel,
+                                    float fPredDelayTime, int32_t nRaysPerLspk, float fCutOffTime) {
   CProbeInfoClass& probeInfo = *Required(ProbeInfo());
   probeInfo.SetPrLspInfos(Rsp()->LspInfos()->Count());
   probeInfo.SetPrObstInfos(ObstInfo()->Count());
@@ -401,9 +384,19 @@ std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
     for (int32_t i = 0; i <= 21; ++i) pred.SetRT60(i, probeInfo.PrRTime(i));
   }
 
+  SaveToByteStream(cByteStream,
+                   SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
+}
+
+std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
+                                                    const std::string& sFileName,
+                                                    const std::string& sAppInfoLabel,
+                                                    float fPredDelayTime, int32_t nRaysPerLspk,
+                                                    float fCutOffTime) {
   ByteStream stream;
-  SaveToByteStream(stream, SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
-  return stream.GetBytes();
+  WriteSaveImage(stream, sPath, sFileName, sAppInfoLabel, fPredDelayTime, nRaysPerLspk,
+                 fCutOffTime);
+  return stream.TakeBytes();
 }
 
 int16_t CProbeRspClass::SaveRSPFile(const std::string& sPath, const std::string& sFileName,
