@@ -2,7 +2,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
+#include <numeric>
+#include <random>
 
 #include "tests/test_support.h"
 
@@ -119,6 +122,27 @@ TEST(PulsBufferTest, ReferencesHandedOutFollowTheirPulsesThroughARearrangement) 
   buffer.PulsRecord(1).SetID(51);
   EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{51, 31, 10, 21}));
   EXPECT_EQ(buffer.Puls(1), buffer.Puls(1));  // handed out once, the same object after
+
+  // A large shuffle keeping three quarters, with every seventh pulse handed out before.
+  constexpr int32_t n = 20000;
+  buffer.SetCount(n, nullptr);
+  std::vector<std::shared_ptr<CPulsClass>> handed;
+  for (int32_t i = 1; i <= n; ++i) {
+    buffer.PulsRecord(i).SetID(i);
+    if (i % 7 == 0) handed.push_back(buffer.Puls(i));
+  }
+  std::vector<int32_t> order(n);
+  std::iota(order.begin(), order.end(), 1);
+  std::shuffle(order.begin(), order.end(), std::mt19937(4));
+  order.resize(3 * n / 4);
+  buffer.Rearrange(order);
+  EXPECT_EQ(IDs(buffer), order);
+  for (int32_t j = 1; j <= buffer.Count(); ++j) {
+    if (order[static_cast<size_t>(j - 1)] % 7 == 0) {
+      EXPECT_EQ(buffer.Puls(j),
+                handed[static_cast<size_t>(order[static_cast<size_t>(j - 1)] / 7 - 1)]);
+    }
+  }
 }
 
 TEST(PulsBufferTest, LineArrayReflexionsNeedAnActiveBundleReflectionWithPseudo) {

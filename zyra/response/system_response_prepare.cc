@@ -17,6 +17,7 @@
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/levels.h"
+#include "zyra/support/stable_order.h"
 
 namespace zyra {
 
@@ -615,22 +616,27 @@ bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIn
     return cBusy == nullptr ||
            cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
   };
-  std::vector<double> daArrival(Slot(nPuls) + 1, 0.0);
+  // Arrivals in pulse order (element p - 1 for pulse p); whether they are in order already.
+  std::vector<double> daArrival(Slot(nPuls));
+  bool bSorted = true;
   for (int32_t p = 1; p <= nPuls; ++p) {
-    daArrival[Slot(p)] = PulsArrival(pulses.PulsRecord(p));
+    const double dArrival = PulsArrival(pulses.PulsRecord(p));
+    daArrival[Slot(p - 1)] = dArrival;
+    bSorted = bSorted && (p == 1 || !ArrivesEarlier(dArrival, daArrival[Slot(p - 2)]));
     if (p % kSortReportStep == 0 && !goOn(0.5 * p / nPuls)) return false;
   }
-  std::vector<int32_t> laOrder(Slot(nPuls));
-  std::iota(laOrder.begin(), laOrder.end(), 1);
-  std::stable_sort(laOrder.begin(), laOrder.end(), [&](int32_t a, int32_t b) {
-    return ArrivesEarlier(daArrival[Slot(a)], daArrival[Slot(b)]);
-  });
+  // A stable sort: ascending, not-a-number last, ties in pulse order.
+  std::vector<int32_t> laOrder = bSorted ? std::vector<int32_t>() : StableOrderOfKeys(daArrival);
+  daArrival = std::vector<double>();
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
 
-  // The pulses themselves move into arrival order, so that every walk after the sort reads
-  // them in sequence.
-  pulses.Rearrange(laOrder);
+  if (!bSorted) {
+    // The pulses themselves move into arrival order, so that every walk after the sort reads
+    // them in sequence.
+    for (int32_t& p : laOrder) ++p;
+    pulses.Rearrange(laOrder);
+  }
   LinkLspInfosToDirectPulses();
   return true;
 }

@@ -3,9 +3,11 @@
 #define ZYRA_SUPPORT_NUMBERED_SLOTS_H_
 
 #include <algorithm>
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <span>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -35,7 +37,7 @@ namespace zyra {
 template <class T>
 class NumberedSlots {
  public:
-  NumberedSlots() : records_(1), shared_(1), kinds_(1, kInArray) {}
+  NumberedSlots() : records_(1), kinds_(1, kInArray) {}
 
   int32_t Count() const noexcept { return static_cast<int32_t>(kinds_.size()) - 1; }
   bool InRange(int32_t i) const noexcept { return i >= 0 && i <= Count(); }
@@ -44,7 +46,9 @@ class NumberedSlots {
   std::shared_ptr<T> Get(int32_t i) const {
     if (!InRange(i)) return {};
     const auto k = static_cast<size_t>(i);
+    if (kinds_[k] == kEmpty) return {};
     if (kinds_[k] == kInArray) {
+      ShareSlots();
       shared_[k] = std::make_shared<T>(std::move(records_[k]));
       records_[k] = T();
       kinds_[k] = kShared;
@@ -56,13 +60,15 @@ class NumberedSlots {
   T& At(int32_t i) const {
     const auto k = static_cast<size_t>(i);
     if (kinds_[k] == kInArray) return records_[k];
-    return *Required(shared_[k]);
+    if (kinds_[k] == kEmpty) RaiseError(kErrObjectNotSet);
+    return *shared_[k];
   }
   // The record at i, or null where Get would give the empty reference.
   T* Find(int32_t i) const {
     if (!InRange(i)) return nullptr;
     const auto k = static_cast<size_t>(i);
-    return kinds_[k] == kInArray ? &records_[k] : shared_[k].get();
+    if (kinds_[k] == kInArray) return &records_[k];
+    return kinds_[k] == kEmpty ? nullptr : shared_[k].get();
   }
   // Stores a record of the buffer's own at i, in place of whatever reference was there; error 9
   // outside 0..Count.
@@ -70,7 +76,7 @@ class NumberedSlots {
     if (!InRange(i)) RaiseError(kErrSubscript);
     const auto k = static_cast<size_t>(i);
     records_[k] = std::move(value);
-    shared_[k].reset();
+    if (!shared_.empty()) shared_[k].reset();
     kinds_[k] = kInArray;
   }
   // Stores the reference (no copy); error 9 outside 0..Count.
@@ -78,17 +84,22 @@ class NumberedSlots {
     if (!InRange(i)) RaiseError(kErrSubscript);
     const auto k = static_cast<size_t>(i);
     if (kinds_[k] == kInArray) records_[k] = T();
+    ShareSlots();
     kinds_[k] = value ? kShared : kEmpty;
     shared_[k] = std::move(value);
   }
   void Swap(int32_t i, int32_t j) {
     if (!InRange(i) || !InRange(j)) RaiseError(kErrSubscript);
-    SwapSlots(static_cast<size_t>(i), static_cast<size_t>(j));
+    const auto a = static_cast<size_t>(i);
+    const auto b = static_cast<size_t>(j);
+    std::swap(records_[a], records_[b]);
+    std::swap(kinds_[a], kinds_[b]);
+    if (!shared_.empty()) std::swap(shared_[a], shared_[b]);
   }
   // Empties one slot, releasing its record when nothing else refers to it.
   void Release(int32_t i) noexcept {
     const auto k = static_cast<size_t>(i);
-    shared_[k].reset();
+    if (!shared_.empty()) shared_[k].reset();
     kinds_[k] = kEmpty;
   }
 
@@ -101,7 +112,6 @@ class NumberedSlots {
     kinds_ = std::vector<uint8_t>();
     const auto n = static_cast<size_t>(nCount) + 1;
     records_.resize(n);
-    shared_.resize(n);
     kinds_.assign(n, kInArray);
   }
   // Resizes to 0..nCount keeping the references; every slot without a record afterwards,
@@ -110,8 +120,8 @@ class NumberedSlots {
     if (nCount < 0) RaiseError(kErrInvalidCall);
     const auto n = static_cast<size_t>(nCount) + 1;
     records_.resize(n);
-    shared_.resize(n);
     kinds_.resize(n, kInArray);
+    if (!shared_.empty()) shared_.resize(n);
     for (size_t k = 0; k < n; ++k) {
       if (kinds_[k] == kEmpty) {
         records_[k] = T();
@@ -122,51 +132,34 @@ class NumberedSlots {
 
   // Slot j (1-based) takes what slot laFrom[j - 1] held, for j = 1..size; Count becomes the
   // size. Each source must lie in 1..Count and be used once (error 9 otherwise, nothing moved);
-  // the slots no source names are dropped. The records move in place, one cycle of the
-  // permutation at a time, so that sorting a million records needs no second copy of them.
+  // the slots no source names are dropped. The records move in place, so that sorting a
+  // million records needs no second copy of them.
   void Rearrange(std::span<const int32_t> laFrom) {
     const auto nOld = static_cast<size_t>(Count());
     if (laFrom.size() > nOld) RaiseError(kErrSubscript);
     // The whole permutation of 1..nOld: the sources named first, the unnamed ones behind them
     // in their order, to be cut off at the end.
     std::vector<int32_t> source(nOld + 1, 0);
-    std::vector<uint8_t> named(nOld + 1, 0);
+    std::vector<uint8_t> done(nOld + 1, 0);
     for (size_t j = 0; j < laFrom.size(); ++j) {
       const int32_t s = laFrom[j];
-      if (s < 1 || static_cast<size_t>(s) > nOld || named[static_cast<size_t>(s)] != 0) {
+      if (s < 1 || static_cast<size_t>(s) > nOld || done[static_cast<size_t>(s)] != 0) {
         RaiseError(kErrSubscript);
       }
-      named[static_cast<size_t>(s)] = 1;
+      done[static_cast<size_t>(s)] = 1;
       source[j + 1] = s;
     }
     size_t next = laFrom.size() + 1;
     for (size_t s = 1; s <= nOld; ++s) {
-      if (named[s] == 0) source[next++] = static_cast<int32_t>(s);
+      if (done[s] == 0) source[next++] = static_cast<int32_t>(s);
     }
-    // Follow each cycle: j takes from source[j], which takes from its source, and so on until
-    // the cycle's start comes round again. `named` now marks the slots already filled.
-    std::fill(named.begin(), named.end(), 0);
-    for (size_t start = 1; start <= nOld; ++start) {
-      if (named[start] != 0 || static_cast<size_t>(source[start]) == start) continue;
-      T record = std::move(records_[start]);
-      std::shared_ptr<T> shared = std::move(shared_[start]);
-      const uint8_t kind = kinds_[start];
-      size_t j = start;
-      for (auto s = static_cast<size_t>(source[j]); s != start;
-           s = static_cast<size_t>(source[j])) {
-        MoveSlot(s, j);
-        named[j] = 1;
-        j = s;
-      }
-      records_[j] = std::move(record);
-      shared_[j] = std::move(shared);
-      kinds_[j] = kind;
-      named[j] = 1;
-    }
+    for (size_t j = 0; j <= nOld; ++j)
+      done[j] = static_cast<uint8_t>(static_cast<size_t>(source[j]) == j ? 1 : 0);
+    MoveAlongCycles(source, done);
     const size_t n = laFrom.size() + 1;
     records_.resize(n);
-    shared_.resize(n);
     kinds_.resize(n);
+    if (!shared_.empty()) shared_.resize(n);
   }
 
  private:
@@ -175,20 +168,103 @@ class NumberedSlots {
   static constexpr uint8_t kInArray = 0;
   static constexpr uint8_t kShared = 1;
   static constexpr uint8_t kEmpty = 2;
+  // How many slots ahead a move along a list asks for records, and how many chains of a
+  // permutation are followed at once.
+  static constexpr size_t kFetchAhead = 8;
+  static constexpr size_t kChains = 16;
 
-  void MoveSlot(size_t from, size_t to) {
-    records_[to] = std::move(records_[from]);
-    shared_[to] = std::move(shared_[from]);
-    kinds_[to] = kinds_[from];
+  // Makes room for shared references, which only buffers that hand records out need.
+  void ShareSlots() const {
+    if (shared_.empty()) shared_.resize(kinds_.size());
   }
-  void SwapSlots(size_t i, size_t j) {
-    std::swap(records_[i], records_[j]);
-    std::swap(shared_[i], shared_[j]);
-    std::swap(kinds_[i], kinds_[j]);
+
+  // Slot j takes what slot source[j] held, for every j not yet done. Following a cycle of the
+  // permutation (j <- source[j] <- source[source[j]] ...) one step at a time waits for each
+  // step's memory in turn, so several chains are followed at once, each from a slot no chain
+  // has reached yet until it meets the start of a chain: the cycles fall into pieces whose
+  // slots are listed in order. The records then move along the lists, each piece's last slot
+  // taking the record that the start it met held at first (set aside beforehand), and with the
+  // slots known ahead, the records needed next are asked for before they are needed.
+  void MoveAlongCycles(const std::vector<int32_t>& source, std::vector<uint8_t>& done) {
+    struct Piece {
+      size_t begin = 0;  // the piece's slots: path[begin .. end - 1]
+      size_t end = 0;
+    };
+    std::vector<int32_t> path;
+    std::vector<Piece> pieces;
+    struct Chain {
+      std::vector<int32_t> slots;
+      size_t at = 0;
+      bool active = false;
+    };
+    std::array<Chain, kChains> chains;
+    size_t sweep = 1;
+    const auto startChain = [&](Chain& chain) {
+      while (sweep < done.size() && done[sweep] != 0) ++sweep;
+      chain.active = sweep < done.size();
+      if (!chain.active) return;
+      chain.slots.assign(1, static_cast<int32_t>(sweep));
+      chain.at = sweep;
+      done[sweep] = 1;
+    };
+    for (Chain& chain : chains) startChain(chain);
+    for (bool bAny = true; bAny;) {
+      bAny = false;
+      for (Chain& chain : chains) {
+        if (!chain.active) continue;
+        bAny = true;
+        const auto s = static_cast<size_t>(source[chain.at]);
+        if (done[s] == 0) {
+          done[s] = 1;
+          chain.slots.push_back(static_cast<int32_t>(s));
+          chain.at = s;
+          continue;
+        }
+        pieces.push_back({path.size(), path.size() + chain.slots.size()});
+        path.insert(path.end(), chain.slots.begin(), chain.slots.end());
+        startChain(chain);
+      }
+    }
+    // The records at the pieces' starts, which other pieces take at their ends.
+    std::unordered_map<int32_t, size_t> startOf;
+    std::vector<T> startRecords;
+    std::vector<uint8_t> startKinds;
+    std::vector<std::shared_ptr<T>> startShared;
+    for (const Piece& piece : pieces) {
+      const auto first = static_cast<size_t>(path[piece.begin]);
+      startOf.emplace(path[piece.begin], startRecords.size());
+      startRecords.push_back(std::move(records_[first]));
+      startKinds.push_back(kinds_[first]);
+      if (!shared_.empty()) startShared.push_back(std::move(shared_[first]));
+    }
+    for (const Piece& piece : pieces) {
+      const auto at = [&path](size_t i) { return static_cast<size_t>(path[i]); };
+      for (size_t i = piece.begin; i + 1 < piece.end; ++i) {
+        if (i + kFetchAhead < path.size()) Prefetch(&records_[at(i + kFetchAhead)]);
+        records_[at(i)] = std::move(records_[at(i + 1)]);
+        kinds_[at(i)] = kinds_[at(i + 1)];
+        if (!shared_.empty()) shared_[at(i)] = std::move(shared_[at(i + 1)]);
+      }
+      const size_t last = at(piece.end - 1);
+      const size_t met = startOf.at(source[last]);
+      records_[last] = std::move(startRecords[met]);
+      kinds_[last] = startKinds[met];
+      if (!shared_.empty()) shared_[last] = std::move(startShared[met]);
+    }
+  }
+
+  static void Prefetch(const T* record) noexcept {
+#if defined(__GNUC__)
+    const char* bytes = reinterpret_cast<const char*>(record);
+    for (size_t offset = 0; offset < sizeof(T); offset += 64) __builtin_prefetch(bytes + offset);
+    __builtin_prefetch(bytes + sizeof(T) - 1);
+#else
+    (void)record;
+#endif
   }
 
   mutable std::vector<T> records_;
-  mutable std::vector<std::shared_ptr<T>> shared_;
+  mutable std::vector<std::shared_ptr<T>> shared_;  // empty, or one per slot
   mutable std::vector<uint8_t> kinds_;
 };
 
