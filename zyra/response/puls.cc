@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "zyra/support/calculation.h"
 #include "zyra/support/print_fields.h"
 #include "zyra/support/record_fields.h"
 #include "zyra/support/span_fields.h"
@@ -37,6 +38,21 @@ void CPulsClass::SaveToByteStream(ByteStream& cByteStream) const {
 
 int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
   return LengthOfVersion(iVersion, kLengthVersion0, kLengthVersion1);
+}
+
+void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
+  std::array<int16_t, 22>& phases = phase_.Values();
+  // Sums within +-31415 need no wrapping (see AddPhases): the common case, done for all bands
+  // at once.
+  std::array<int32_t, 22> sums{};
+  bool bAllInRange = true;
+  for (size_t b = 1; b <= 21; ++b) {
+    sums[b] = int32_t{phases[b]} + int32_t{iaPhase[b - 1]};
+    bAllInRange = bAllInRange && sums[b] >= -31415 && sums[b] <= 31415;
+  }
+  for (size_t b = 1; b <= 21; ++b) {
+    phases[b] = bAllInRange ? static_cast<int16_t>(sums[b]) : AddPhases(phases[b], iaPhase[b - 1]);
+  }
 }
 
 bool CPulsClass::IsActiveForCalc(bool bIsInterferenceOn) const noexcept {

@@ -2,6 +2,7 @@
 #ifndef ZYRA_RESPONSE_PULS_H_
 #define ZYRA_RESPONSE_PULS_H_
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -83,6 +84,8 @@ class CPulsClass {
   void SetID(int32_t value) noexcept { id_ = value; }
   int16_t Phase(int32_t iTerz1) const { return phase_.Get(iTerz1); }
   void SetPhase(int32_t iTerz1, int16_t value) { phase_.Set(iTerz1, value); }
+  // Phase(b) := AddPhases(Phase(b), iaPhase[b - 1]) for the bands b = 1..21; band 0 stays.
+  void AddToPhases(const std::array<int16_t, 21>& iaPhase);
   int32_t ID_Pseudo() const noexcept { return idPseudo_; }
   // The whole flag word, bits without a property included; for hosts that show or export the
   // record as stored.

@@ -165,6 +165,29 @@ class CSystemResponse {
   void AddSpeakerPhases(BusyIndicator* cBusy);
   void NormalizeLspFlags();
   void NormalizePulsFlags();
+  // Removes the loudspeakers not marked used (as RemoveUnusedLspInfos) and renumbers the
+  // Origins; the old number -> the new one (0 for a removed record).
+  std::vector<int32_t> RemoveLspInfosNotUsed(const std::vector<uint8_t>& used);
+
+  // ---- The preparation in few walks over the pulses ----
+  struct ReadSurvey;
+  // RemoveUnusedLspInfos, CopyPseudoFlagsToLspInfos, LinkLspInfosToDirectPulses and, with
+  // bWithIDRanges, UpdateMaxOrderAndID in one walk; notes the pulses ComputePseudoPulses
+  // must look at for pseudo reflections.
+  ReadSurvey SurveyAfterRead(bool bWithIDRanges);
+  // ComputePseudoPulses looking only where the survey says (every pulse without one).
+  void ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey);
+  // AddSpeakerPhases (with bAddPhases) and TrainSortPulses in one walk.
+  bool AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy);
+  // SetActiveLspPulses and NormalizePulsFlags in one walk.
+  void SwitchAndNormalizePulses();
+  // What those steps do to one pulse.
+  void SwitchByLoudspeaker(CPulsClass& puls) const;
+  static void NormalizePulsRole(CPulsClass& puls);
+  static void SetCoherenceRole(CPulsClass& puls);
+  static void SetPseudoRole(CPulsClass& puls);
+  static void SetNormalRole(CPulsClass& puls);
+  static void SetMemberRole(CPulsClass& puls);
 
   // The loudspeaker record a pulse's Origin names, null for Origin 0; error 9 outside
   // 0..Count, error 91 for an empty slot.
