@@ -65,6 +65,10 @@ class CPulsBufferClass {
   // Discards all pulses, makes nPls fresh ones and resets every statistic, DataOrigin and
   // SpeakerPhaseWasAdded included. Error 5 for a negative count.
   void SetCount(int32_t nPls, BusyIndicator* cBusy);
+  // Room for nPls pulses, so that pulses appended up to there stay where they are.
+  void ReserveCount(int32_t nPls) { slots_.Reserve(nPls); }
+  // Appends a new pulse (AddPuls of a fresh one) and returns it in place.
+  CPulsClass& AppendNewPuls() { return slots_.Append(); }
   // Resizes to nPls keeping the pulses; the statistics stay as they are.
   void SetCountPreserve(int32_t nPls) { slots_.Resize(nPls); }
 

@@ -89,14 +89,20 @@ int32_t CSystemResponse::ReadPulsBlockFromByteStream(ByteStream& cByteStream,
   // A count the stream cannot hold fails as the read of its first missing record would,
   // before anything is allocated for it.
   if (nInfo > cByteStream.Remaining() / lRecord) RaiseError(kErrPastEnd);
-  buffer.SetCount(nInfo, cBusy);
+  // SetCount(nInfo) as the pulses arrive: the buffer is emptied (with the same reports and
+  // statistics) and each pulse made where it is read, so that a million fresh pulses are not
+  // made first only to be overwritten.
+  if (nInfo < 0) RaiseError(kErrInvalidCall);
+  buffer.SetCount(0, cBusy);
+  buffer.ReserveCount(nInfo);
 
   int32_t lResult = 0;
   int32_t nKept = 0;
   for (int32_t i = 1; i <= nInfo; ++i) {
-    // Each record is read into the next free slot, a fresh pulse from SetCount; a dropped
-    // record leaves the slot to the next one (reading clears the record first).
-    CPulsClass& puls = buffer.PulsRecord(nKept + 1);
+    // Each record is read into the next free slot; a dropped record leaves the slot to the
+    // next one (reading clears the record first).
+    CPulsClass& puls =
+        nKept < buffer.Count() ? buffer.PulsRecord(nKept + 1) : buffer.AppendNewPuls();
     puls.ReadFromByteStream(cByteStream, iVersion);
     // Bundle reflections without their pseudo pulse: the caller must build it, also when
     // the reflection itself is filtered out here.

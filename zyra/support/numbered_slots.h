@@ -114,6 +114,19 @@ class NumberedSlots {
     records_.resize(n);
     kinds_.assign(n, kInArray);
   }
+  // Room for records up to nCount without moving them, for a reader that appends.
+  void Reserve(int32_t nCount) {
+    if (nCount < 0) RaiseError(kErrInvalidCall);
+    records_.reserve(static_cast<size_t>(nCount) + 1);
+    kinds_.reserve(static_cast<size_t>(nCount) + 1);
+  }
+  // A new slot at Count + 1 with a new record, returned in place.
+  T& Append() {
+    records_.emplace_back();
+    kinds_.push_back(kInArray);
+    if (!shared_.empty()) shared_.emplace_back();
+    return records_.back();
+  }
   // Resizes to 0..nCount keeping the references; every slot without a record afterwards,
   // slot 0 included, gets a new one. Error 5 for a negative count.
   void Resize(int32_t nCount) {
