@@ -42,16 +42,11 @@ int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
 
 void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
   std::array<int16_t, 22>& phases = phase_.Values();
-  // Sums within +-31415 need no wrapping (see AddPhases): the common case, done for all bands
-  // at once.
-  std::array<int32_t, 22> sums{};
-  bool bAllInRange = true;
   for (size_t b = 1; b <= 21; ++b) {
-    sums[b] = int32_t{phases[b]} + int32_t{iaPhase[b - 1]};
-    bAllInRange = bAllInRange && sums[b] >= -31415 && sums[b] <= 31415;
-  }
-  for (size_t b = 1; b <= 21; ++b) {
-    phases[b] = bAllInRange ? static_cast<int16_t>(sums[b]) : AddPhases(phases[b], iaPhase[b - 1]);
+    // Sums within +-31415 need no wrapping (see AddPhases): the common case, without a call.
+    const int32_t lSum = int32_t{phases[b]} + int32_t{iaPhase[b - 1]};
+    phases[b] = lSum >= -31415 && lSum <= 31415 ? static_cast<int16_t>(lSum)
+                                                : AddPhases(phases[b], iaPhase[b - 1]);
   }
 }
 
