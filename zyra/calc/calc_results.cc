@@ -95,4 +95,73 @@ void CCalcResults::RebuildExxSum() const {
   ++exxSumRebuilds_;
 }
 
+int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> daArrivalAbsolute,
+                                      std::span<const double> daEnergy,
+                                      std::span<const uint8_t> isDirectSound) {
+  const size_t b = Band(iTerz1);
+  const size_t n = daEnergy.size();
+  if (daArrivalAbsolute.size() != n || isDirectSound.size() != n) RaiseError(kErrInvalidCall);
+  double total = eTotal_[b];
+  double e7 = e7_[b];
+  double e50 = e50_[b];
+  double e80 = e80_[b];
+  double eSplit = eSplit_[b];
+  std::array<std::array<double, kSplitPartCount>, 2> split{};  // [reflection, direct][part]
+  for (size_t part = 0; part < kSplitPartCount; ++part) {
+    split[0][part] = eRef_[part][b];
+    split[1][part] = eDir_[part][b];
+  }
+  const int a = kAlconsBandOf[b];
+  std::array<double, kTimeBinCount> bins{};
+  if (a >= 0) {
+    for (size_t k = 0; k < bins.size(); ++k) bins[k] = exx_[k][static_cast<size_t>(a)];
+  }
+  const auto store = [&] {
+    eTotal_[b] = total;
+    e7_[b] = e7;
+    e50_[b] = e50;
+    e80_[b] = e80;
+    eSplit_[b] = eSplit;
+    for (size_t part = 0; part < kSplitPartCount; ++part) {
+      eRef_[part][b] = split[0][part];
+      eDir_[part][b] = split[1][part];
+    }
+    if (a >= 0) {
+      for (size_t k = 0; k < bins.size(); ++k) exx_[k][static_cast<size_t>(a)] = bins[k];
+      binsChanged_ = true;
+    }
+  };
+  for (size_t i = 0; i < n; ++i) {
+    // Exactly the sums of AddPulsEnergy, each formed first and kept only when all are finite.
+    const double t = daArrivalAbsolute[i] - tRef_;
+    const double e = daEnergy[i];
+    const double newTotal = total + e;
+    const double newE7 = e7 + (t < 7.0 ? e : 0.0);
+    const double newE50 = e50 + (t < 50.0 ? e : 0.0);
+    const double newE80 = e80 + (t < 80.0 ? e : 0.0);
+    const double newESplit = eSplit + (t < tSplit_ ? e : 0.0);
+    std::array<double, kSplitPartCount>& parts = split[isDirectSound[i] != 0 ? 1 : 0];
+    const size_t part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
+    const double split0 = parts[0] + e;
+    const double splitPart = parts[part] + e;
+    double* bin = nullptr;
+    if (a >= 0 && t < 50.0) bin = &bins[t <= 0.0 ? 0 : PulsBin(t)];
+    const double binSum = bin != nullptr ? *bin + e : 0.0;
+    if (!AllFinite(newTotal, newE7, newE50, newE80, newESplit, split0, splitPart, binSum)) {
+      if (i > 0) store();
+      RaiseError(kErrOverflow);
+    }
+    total = newTotal;
+    e7 = newE7;
+    e50 = newE50;
+    e80 = newE80;
+    eSplit = newESplit;
+    parts[0] = split0;
+    parts[part] = splitPart;
+    if (bin != nullptr) *bin = binSum;
+  }
+  if (n > 0) store();
+  return 0;
+}
+
 }  // namespace zyra

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -34,11 +35,8 @@ const std::vector<double>& EnergyByLevel() {
   return kTable;
 }
 
-// What the band loop needs of a pulse, fetched once: its arrival and kind.
-struct CountedPuls {
-  double dArrival;
-  bool bIsDirectSound;
-};
+// The band loop reports progress (and may be cancelled) once per this many pulses.
+constexpr int32_t kReportStep = 1 << 16;
 
 // The outcome of the evaluation: its result and whether no direct sound was found.
 struct Evaluation {
@@ -82,69 +80,72 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   r.SetEDirect(0, daEDirect[0]);
   r.SettHall(HallStartTime(r.tOff(), r.tMean(), r.tRef(), etc.Volume()));
 
-  // The pulses that take part, in pulse order, each with its arrival: the same in every band.
+  // The pulses that take part, in pulse order, each with its arrival and kind: the same in
+  // every band. Their levels band by band (0 for a pulse that does not count in the
+  // calculation), each band a contiguous row of stride n, so that each band pass reads one row.
+  // With progress, every pulse is reported, counted or not: laCountedIndex[c] is the pulse
+  // number of counted pulse c.
   const CPulsBufferClass& buffer = *rsp.Pulses();
   const int32_t n = buffer.Count();
-  // Their levels band by band (0 for a pulse that does not count in the calculation), so
-  // that each band pass reads one contiguous row.
-  std::vector<CountedPuls> counted;
-  counted.reserve(static_cast<size_t>(n));
-  std::vector<const CPulsClass*> countedPulses;
-  countedPulses.reserve(static_cast<size_t>(n));
+  const auto stride = static_cast<size_t>(n);
+  std::vector<double> daArrival;
+  std::vector<uint8_t> isDirect;
+  std::vector<int32_t> laCountedIndex;
+  std::vector<int16_t> levels(stride * kBandCount1);
+  daArrival.reserve(stride);
+  isDirect.reserve(stride);
+  laCountedIndex.reserve(stride);
   for (int32_t i = 1; i <= n; ++i) {
-    const CPulsClass* cPuls = &buffer.PulsRecord(i);
-    if (!(cPuls->IsDirectSound() || bIsWithTail || bIsWithReflections)) continue;
-    counted.push_back({rsp.GetPulsArrival(i), cPuls->IsDirectSound()});
-    countedPulses.push_back(cPuls);
-  }
-  const size_t nCounted = counted.size();
-  std::vector<int16_t> levels(nCounted * kBandCount1);
-  for (size_t c = 0; c < nCounted; ++c) {
-    const CPulsClass& cPuls = *countedPulses[c];
+    const CPulsClass& cPuls = buffer.PulsRecord(i);
+    if (!(cPuls.IsDirectSound() || bIsWithTail || bIsWithReflections)) continue;
+    const size_t c = daArrival.size();
+    daArrival.push_back(rsp.GetPulsArrival(i));
+    isDirect.push_back(cPuls.IsDirectSound() ? 1 : 0);
+    laCountedIndex.push_back(i);
     if (!cPuls.IsActiveForCalc(bIsInterferenceOn)) continue;
     for (int32_t b = 1; b <= kBandCount1; ++b) {
-      levels[static_cast<size_t>(b - 1) * nCounted + c] = cPuls.SPL(b);
+      levels[static_cast<size_t>(b - 1) * stride + c] = cPuls.SPL(b);
     }
   }
-  // With progress, every pulse is reported, counted or not: laCountedIndex[c] is the pulse
-  // number of counted[c].
+  const size_t nCounted = daArrival.size();
   const bool bReport = bIsShowBusy && cBusy != nullptr;
-  std::vector<int32_t> laCountedIndex;
-  if (bReport) {
-    laCountedIndex.reserve(counted.size());
-    for (int32_t i = 1; i <= n; ++i) {
-      const CPulsClass& cPuls = buffer.PulsRecord(i);
-      if (cPuls.IsDirectSound() || bIsWithTail || bIsWithReflections) laCountedIndex.push_back(i);
-    }
-  }
 
   const std::vector<double>& energyByLevel = EnergyByLevel();
   const std::string sWarning = "Abort Will Discard Response Data!";
+  std::vector<double> daEnergy(nCounted);
   for (int32_t iTerz1 = 1; iTerz1 <= kBandCount1; ++iTerz1) {
     if (!bIsWithTail) {
       const double dEHall =
           HallEnergy(etc.Absorp(iTerz1), etc.Power(iTerz1), etc.RTime(iTerz1), etc.Volume());
       if (dEHall > 0.0) r.AddHallEnergy(iTerz1, dEHall, etc.RTime(iTerz1), bIsWithReflections);
     }
-    const int16_t* bandLevels = levels.data() + static_cast<size_t>(iTerz1 - 1) * nCounted;
-    const auto AddPuls = [&](size_t c) {
+    const int16_t* bandLevels = levels.data() + static_cast<size_t>(iTerz1 - 1) * stride;
+    for (size_t c = 0; c < nCounted; ++c) {
       const int16_t level = bandLevels[c];
-      const double e = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
-      r.AddPulsEnergy(iTerz1, counted[c].dArrival, e, counted[c].bIsDirectSound);
+      daEnergy[c] = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
+    }
+    // The pulses c0..c1-1 in one go: the sums stay in registers.
+    const auto addPulses = [&](size_t c0, size_t c1) {
+      r.AddPulsEnergies(iTerz1, std::span(daArrival).subspan(c0, c1 - c0),
+                        std::span(daEnergy).subspan(c0, c1 - c0),
+                        std::span(isDirect).subspan(c0, c1 - c0));
     };
     if (!bReport) {
-      for (size_t c = 0; c < nCounted; ++c) AddPuls(c);
+      addPulses(0, nCounted);
       continue;
     }
+    // Progress once per step of pulses, counted or not, and a chance to cancel there.
     const std::string sCaption = "Band" + ToStrText(GetTerzFrequency(iTerz1 - 1)) + " Hz";
     size_t c = 0;
-    for (int32_t i = 1; i <= n; ++i) {
+    for (int32_t i = 1; i <= n; i += kReportStep) {
       const double dFraction = (static_cast<double>(iTerz1 - 1) * n + (i - 1)) / (21.0 * n);
       if (!cBusy->ReportProgress(sCaption, dFraction, sWarning, kBusyInterval)) {
         outcome.lResult = -1;
         return outcome;
       }
-      if (c < laCountedIndex.size() && laCountedIndex[c] == i) AddPuls(c++);
+      const size_t cStart = c;
+      while (c < nCounted && laCountedIndex[c] < i + kReportStep) ++c;
+      addPulses(cStart, c);
     }
   }
   return outcome;
