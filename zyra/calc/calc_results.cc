@@ -101,66 +101,109 @@ int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> da
   const size_t b = Band(iTerz1);
   const size_t n = daEnergy.size();
   if (daArrivalAbsolute.size() != n || isDirectSound.size() != n) RaiseError(kErrInvalidCall);
-  double total = eTotal_[b];
-  double e7 = e7_[b];
-  double e50 = e50_[b];
-  double e80 = e80_[b];
-  double eSplit = eSplit_[b];
-  std::array<std::array<double, kSplitPartCount>, 2> split{};  // [reflection, direct][part]
-  for (size_t part = 0; part < kSplitPartCount; ++part) {
-    split[0][part] = eRef_[part][b];
-    split[1][part] = eDir_[part][b];
-  }
-  const int a = kAlconsBandOf[b];
-  std::array<double, kTimeBinCount> bins{};
-  if (a >= 0) {
-    for (size_t k = 0; k < bins.size(); ++k) bins[k] = exx_[k][static_cast<size_t>(a)];
-  }
-  const auto store = [&] {
-    eTotal_[b] = total;
-    e7_[b] = e7;
-    e50_[b] = e50;
-    e80_[b] = e80;
-    eSplit_[b] = eSplit;
-    for (size_t part = 0; part < kSplitPartCount; ++part) {
-      eRef_[part][b] = split[0][part];
-      eDir_[part][b] = split[1][part];
-    }
-    if (a >= 0) {
-      for (size_t k = 0; k < bins.size(); ++k) exx_[k][static_cast<size_t>(a)] = bins[k];
-      binsChanged_ = true;
-    }
+  if (n == 0) return 0;
+  // The sums of the band, in registers: [reflection, direct][part] for the split parts.
+  struct Sums {
+    double total, e7, e50, e80, eSplit;
+    std::array<std::array<double, kSplitPartCount>, 2> split;
+    std::array<double, kTimeBinCount> bins;
   };
-  for (size_t i = 0; i < n; ++i) {
-    // Exactly the sums of AddPulsEnergy, each formed first and kept only when all are finite.
+  const int a = kAlconsBandOf[b];
+  Sums start{eTotal_[b], e7_[b], e50_[b], e80_[b], eSplit_[b], {}, {}};
+  for (size_t part = 0; part < kSplitPartCount; ++part) {
+    start.split[0][part] = eRef_[part][b];
+    start.split[1][part] = eDir_[part][b];
+  }
+  if (a >= 0) {
+    for (size_t k = 0; k < start.bins.size(); ++k) start.bins[k] = exx_[k][static_cast<size_t>(a)];
+  }
+  // Pulse i added to the sums exactly as AddPulsEnergy adds it; false, and the sums left as
+  // they were, when a sum would not be finite.
+  const auto add = [&](Sums& x, size_t i) {
     const double t = daArrivalAbsolute[i] - tRef_;
     const double e = daEnergy[i];
-    const double newTotal = total + e;
-    const double newE7 = e7 + (t < 7.0 ? e : 0.0);
-    const double newE50 = e50 + (t < 50.0 ? e : 0.0);
-    const double newE80 = e80 + (t < 80.0 ? e : 0.0);
-    const double newESplit = eSplit + (t < tSplit_ ? e : 0.0);
-    std::array<double, kSplitPartCount>& parts = split[isDirectSound[i] != 0 ? 1 : 0];
+    const double total = x.total + e;
+    const double e7 = x.e7 + (t < 7.0 ? e : 0.0);
+    const double e50 = x.e50 + (t < 50.0 ? e : 0.0);
+    const double e80 = x.e80 + (t < 80.0 ? e : 0.0);
+    const double eSplit = x.eSplit + (t < tSplit_ ? e : 0.0);
+    std::array<double, kSplitPartCount>& parts = x.split[isDirectSound[i] != 0 ? 1 : 0];
     const size_t part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
     const double split0 = parts[0] + e;
     const double splitPart = parts[part] + e;
     double* bin = nullptr;
-    if (a >= 0 && t < 50.0) bin = &bins[t <= 0.0 ? 0 : PulsBin(t)];
+    if (a >= 0 && t < 50.0) bin = &x.bins[t <= 0.0 ? 0 : PulsBin(t)];
     const double binSum = bin != nullptr ? *bin + e : 0.0;
-    if (!AllFinite(newTotal, newE7, newE50, newE80, newESplit, split0, splitPart, binSum)) {
-      if (i > 0) store();
-      RaiseError(kErrOverflow);
+    if (!AllFinite(total, e7, e50, e80, eSplit, split0, splitPart, binSum)) {
+      return false;
     }
-    total = newTotal;
-    e7 = newE7;
-    e50 = newE50;
-    e80 = newE80;
-    eSplit = newESplit;
+    x.total = total;
+    x.e7 = e7;
+    x.e50 = e50;
+    x.e80 = e80;
+    x.eSplit = eSplit;
     parts[0] = split0;
     parts[part] = splitPart;
     if (bin != nullptr) *bin = binSum;
+    return true;
+  };
+  // A sum that is not finite stays so through every later addition, so the sums at the end
+  // tell whether one failed on the way; only then are the pulses added again, checked one by
+  // one, to stop before the one that failed.
+  Sums x = start;
+  {
+    // The same additions as `add` without the check, on plain locals the compiler keeps in
+    // registers.
+    double total = x.total, e7 = x.e7, e50 = x.e50, e80 = x.e80, eSplit = x.eSplit;
+    for (size_t i = 0; i < n; ++i) {
+      const double t = daArrivalAbsolute[i] - tRef_;
+      const double e = daEnergy[i];
+      total = total + e;
+      e7 = e7 + (t < 7.0 ? e : 0.0);
+      e50 = e50 + (t < 50.0 ? e : 0.0);
+      e80 = e80 + (t < 80.0 ? e : 0.0);
+      eSplit = eSplit + (t < tSplit_ ? e : 0.0);
+      std::array<double, kSplitPartCount>& parts = x.split[isDirectSound[i] != 0 ? 1 : 0];
+      const size_t part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
+      parts[0] = parts[0] + e;
+      parts[part] = parts[part] + e;
+      if (a >= 0 && t < 50.0) {
+        double& bin = x.bins[t <= 0.0 ? 0 : PulsBin(t)];
+        bin = bin + e;
+      }
+    }
+    x.total = total;
+    x.e7 = e7;
+    x.e50 = e50;
+    x.e80 = e80;
+    x.eSplit = eSplit;
   }
-  if (n > 0) store();
+  bool bAllFinite = AllFinite(x.total, x.e7, x.e50, x.e80, x.eSplit);
+  for (const auto& parts : x.split) {
+    for (const double v : parts) bAllFinite = bAllFinite && AllFinite(v);
+  }
+  for (const double v : x.bins) bAllFinite = bAllFinite && AllFinite(v);
+  size_t nAdded = n;
+  if (!bAllFinite) {
+    x = start;
+    for (nAdded = 0; nAdded < n && add(x, nAdded);) ++nAdded;
+  }
+  if (nAdded > 0) {
+    eTotal_[b] = x.total;
+    e7_[b] = x.e7;
+    e50_[b] = x.e50;
+    e80_[b] = x.e80;
+    eSplit_[b] = x.eSplit;
+    for (size_t part = 0; part < kSplitPartCount; ++part) {
+      eRef_[part][b] = x.split[0][part];
+      eDir_[part][b] = x.split[1][part];
+    }
+    if (a >= 0) {
+      for (size_t k = 0; k < x.bins.size(); ++k) exx_[k][static_cast<size_t>(a)] = x.bins[k];
+      binsChanged_ = true;
+    }
+  }
+  if (nAdded < n) RaiseError(kErrOverflow);
   return 0;
 }
 
