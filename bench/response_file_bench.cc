@@ -1,4 +1,4 @@
-// The host sequence on synthetic response files (as `zyra-rsp synth` writes them): reading the
+// The host sequence on synthetic response files (the pulses `zyra-rsp synth` writes): reading the
 // file with ReadRSPFile and preparing it, side by side with a plain read(2) of the same bytes,
 // all timed in the same iteration. Counters: plain_ms, read_ms, prep_ms, read_over_plain and
 // prep_over_read. The growth benchmark reads files of N and 10 N pulses in each iteration and
@@ -22,7 +22,7 @@
 #include <memory>
 #include <string>
 
-#include "tools/synth_file.h"
+#include "tools/synth.h"
 #include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 
@@ -56,10 +56,11 @@ class SynthFiles {
     const std::string name = "synth-" + std::to_string(nPulses) + ".rsp";
     if (written_.count(nPulses) == 0) {
       CProbeRspClass file;
-      tool::SynthOptions options;
+      SynthOptions options;
       options.nPulses = nPulses;
       options.nSpeakers = 16;
-      tool::SynthesizeResponseFile(file, options, nullptr);
+      options.dUnusedFraction = 0.0;
+      SynthesizeSystemResponse(*file.Rsp(), options);
       ByteStream out;
       out.OpenFileForWriting(folder_ + name);
       file.SaveToByteStream(out);

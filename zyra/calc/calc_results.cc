@@ -153,20 +153,44 @@ int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> da
   Sums x = start;
   {
     // The same additions as `add` without the check, on plain locals the compiler keeps in
-    // registers.
+    // registers. Adding +0.0 leaves a sum as it is unless the sum is -0.0, and a sum that is
+    // not -0.0 never becomes -0.0 (x + y rounds an exact zero to +0.0), so where no sum of the
+    // time limits starts at -0.0 the zero terms are left out: after a sort by arrival each
+    // limit then takes a run of pulses and is not touched after it.
+    const auto isMinusZero = [](double v) { return v == 0.0 && std::signbit(v); };
+    const bool bSkipZeros =
+        !(isMinusZero(x.e7) || isMinusZero(x.e50) || isMinusZero(x.e80) || isMinusZero(x.eSplit));
     double total = x.total, e7 = x.e7, e50 = x.e50, e80 = x.e80, eSplit = x.eSplit;
+    // The split parts in registers too: [reflection, direct] x part 0..3.
+    double r0 = x.split[0][0], r1 = x.split[0][1], r2 = x.split[0][2], r3 = x.split[0][3];
+    double d0 = x.split[1][0], d1 = x.split[1][1], d2 = x.split[1][2], d3 = x.split[1][3];
     for (size_t i = 0; i < n; ++i) {
       const double t = daArrivalAbsolute[i] - tRef_;
       const double e = daEnergy[i];
       total = total + e;
-      e7 = e7 + (t < 7.0 ? e : 0.0);
-      e50 = e50 + (t < 50.0 ? e : 0.0);
-      e80 = e80 + (t < 80.0 ? e : 0.0);
-      eSplit = eSplit + (t < tSplit_ ? e : 0.0);
-      std::array<double, kSplitPartCount>& parts = x.split[isDirectSound[i] != 0 ? 1 : 0];
-      const size_t part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
-      parts[0] = parts[0] + e;
-      parts[part] = parts[part] + e;
+      if (bSkipZeros) {
+        if (t < 7.0) e7 = e7 + e;
+        if (t < 50.0) e50 = e50 + e;
+        if (t < 80.0) e80 = e80 + e;
+        if (t < tSplit_) eSplit = eSplit + e;
+      } else {
+        e7 = e7 + (t < 7.0 ? e : 0.0);
+        e50 = e50 + (t < 50.0 ? e : 0.0);
+        e80 = e80 + (t < 80.0 ? e : 0.0);
+        eSplit = eSplit + (t < tSplit_ ? e : 0.0);
+      }
+      const int part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
+      if (isDirectSound[i] != 0) {
+        d0 = d0 + e;
+        if (part == 1) d1 = d1 + e;
+        if (part == 2) d2 = d2 + e;
+        if (part == 3) d3 = d3 + e;
+      } else {
+        r0 = r0 + e;
+        if (part == 1) r1 = r1 + e;
+        if (part == 2) r2 = r2 + e;
+        if (part == 3) r3 = r3 + e;
+      }
       if (a >= 0 && t < 50.0) {
         double& bin = x.bins[t <= 0.0 ? 0 : PulsBin(t)];
         bin = bin + e;
@@ -177,6 +201,8 @@ int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> da
     x.e50 = e50;
     x.e80 = e80;
     x.eSplit = eSplit;
+    x.split[0] = {r0, r1, r2, r3};
+    x.split[1] = {d0, d1, d2, d3};
   }
   bool bAllFinite = AllFinite(x.total, x.e7, x.e50, x.e80, x.eSplit);
   for (const auto& parts : x.split) {

@@ -1,5 +1,6 @@
 #include "zyra/calc/energy_time_process.h"
 
+#include <algorithm>
 #include <cmath>
 #include <limits>
 #include <span>
@@ -35,8 +36,10 @@ const std::vector<double>& EnergyByLevel() {
   return kTable;
 }
 
-// The band loop reports progress (and may be cancelled) once per this many pulses.
+// The band loop reports progress (and may be cancelled) once per this many pulses, and looks
+// up the energies of this many pulses at a time.
 constexpr int32_t kReportStep = 1 << 16;
+constexpr size_t kEnergyPiece = 4096;
 
 // The outcome of the evaluation: its result and whether no direct sound was found.
 struct Evaluation {
@@ -103,8 +106,9 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
     isDirect.push_back(cPuls.IsDirectSound() ? 1 : 0);
     laCountedIndex.push_back(i);
     if (!cPuls.IsActiveForCalc(bIsInterferenceOn)) continue;
-    for (int32_t b = 1; b <= kBandCount1; ++b) {
-      levels[static_cast<size_t>(b - 1) * stride + c] = cPuls.SPL(b);
+    const std::array<int16_t, 22>& spl = cPuls.SPLs();
+    for (size_t b = 1; b <= static_cast<size_t>(kBandCount1); ++b) {
+      levels[(b - 1) * stride + c] = spl[b];
     }
   }
   const size_t nCounted = daArrival.size();
@@ -112,7 +116,8 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
 
   const std::vector<double>& energyByLevel = EnergyByLevel();
   const std::string sWarning = "Abort Will Discard Response Data!";
-  std::vector<double> daEnergy(nCounted);
+  // Energies are looked up a piece at a time into a small buffer that stays in the cache.
+  std::vector<double> daEnergy(std::min<size_t>(nCounted, kEnergyPiece));
   for (int32_t iTerz1 = 1; iTerz1 <= kBandCount1; ++iTerz1) {
     if (!bIsWithTail) {
       const double dEHall =
@@ -120,15 +125,18 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
       if (dEHall > 0.0) r.AddHallEnergy(iTerz1, dEHall, etc.RTime(iTerz1), bIsWithReflections);
     }
     const int16_t* bandLevels = levels.data() + static_cast<size_t>(iTerz1 - 1) * stride;
-    for (size_t c = 0; c < nCounted; ++c) {
-      const int16_t level = bandLevels[c];
-      daEnergy[c] = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
-    }
-    // The pulses c0..c1-1 in one go: the sums stay in registers.
+    // The pulses c0..c1-1 in one go per piece: the sums stay in registers.
     const auto addPulses = [&](size_t c0, size_t c1) {
-      r.AddPulsEnergies(iTerz1, std::span(daArrival).subspan(c0, c1 - c0),
-                        std::span(daEnergy).subspan(c0, c1 - c0),
-                        std::span(isDirect).subspan(c0, c1 - c0));
+      for (size_t start = c0; start < c1; start += kEnergyPiece) {
+        const size_t count = std::min(kEnergyPiece, c1 - start);
+        for (size_t k = 0; k < count; ++k) {
+          const int16_t level = bandLevels[start + k];
+          daEnergy[k] = level > 0 ? energyByLevel[static_cast<size_t>(level)] : 0.0;
+        }
+        r.AddPulsEnergies(iTerz1, std::span(daArrival).subspan(start, count),
+                          std::span(daEnergy).first(count),
+                          std::span(isDirect).subspan(start, count));
+      }
     };
     if (!bReport) {
       addPulses(0, nCounted);

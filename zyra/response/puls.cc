@@ -25,7 +25,8 @@ void CPulsClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVersion) {
   }
   // Runs for every pulse of a file: one length check, then plain copies.
   ReadRecordBytes(cByteStream, lLength, [this, iVersion](SpanFieldReader& reader) {
-    *this = CPulsClass();
+    // Version 1 fills every field; version 0 leaves the later ones cleared.
+    if (iVersion != 1) *this = CPulsClass();
     Layout(*this, reader, iVersion == 1);
   });
 }

@@ -63,6 +63,8 @@ class CPulsClass {
   int32_t Origin() const noexcept { return origin_; }
   void SetOrigin(int32_t value) noexcept { origin_ = static_cast<int16_t>(value); }
   int16_t SPL(int32_t iTerz1) const { return spl_.Get(iTerz1); }
+  // SPL(0..21) at once, element b for band b.
+  const std::array<int16_t, 22>& SPLs() const noexcept { return spl_.Values(); }
   void SetSPL(int32_t iTerz1, int16_t value) { spl_.Set(iTerz1, value); }
   float Travel() const noexcept { return travel_; }
   void SetTravel(float value) noexcept { travel_ = value; }

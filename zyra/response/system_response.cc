@@ -27,14 +27,9 @@ constexpr int16_t kSilentLevel = -20000;
 
 // ---- The two buffers ----
 
-const std::shared_ptr<CPulsBufferClass>& CSystemResponse::Pulses() const {
+void CSystemResponse::MakeBuffers() const {
   if (!pulses_) pulses_ = std::make_shared<CPulsBufferClass>();
-  return pulses_;
-}
-
-const std::shared_ptr<CLspInfoBufferClass>& CSystemResponse::LspInfos() const {
   if (!lspInfos_) lspInfos_ = std::make_shared<CLspInfoBufferClass>();
-  return lspInfos_;
 }
 
 void CSystemResponse::SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls) {

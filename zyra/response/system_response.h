@@ -15,6 +15,7 @@
 #include "zyra/response/puls_buffer.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
+#include "zyra/support/errors.h"
 #include "zyra/support/logger.h"
 
 namespace zyra {
@@ -30,8 +31,14 @@ class CSystemResponse {
     return LspInfos()->LspInfo(iLspInfo);
   }
   void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo);
-  const std::shared_ptr<CPulsBufferClass>& Pulses() const;
-  const std::shared_ptr<CLspInfoBufferClass>& LspInfos() const;
+  const std::shared_ptr<CPulsBufferClass>& Pulses() const {
+    if (!pulses_) MakeBuffers();
+    return pulses_;
+  }
+  const std::shared_ptr<CLspInfoBufferClass>& LspInfos() const {
+    if (!lspInfos_) MakeBuffers();
+    return lspInfos_;
+  }
 
   // ---- The "PULS" block ----
   // Reads the block at the stream's position: 0, or 1 when some bundle reflection has no
@@ -189,11 +196,23 @@ class CSystemResponse {
   static void SetNormalRole(CPulsClass& puls);
   static void SetMemberRole(CPulsClass& puls);
 
+  // Makes whichever of the two buffers is missing.
+  void MakeBuffers() const;
   // The loudspeaker record a pulse's Origin names, null for Origin 0; error 9 outside
-  // 0..Count, error 91 for an empty slot.
-  CLspInfoClass* OriginLsp(int32_t lOrigin) const;
+  // 0..Count, error 91 for an empty slot. Inline: every walk over the pulses asks it.
+  CLspInfoClass* OriginLsp(int32_t lOrigin) const {
+    if (lOrigin == 0) return nullptr;
+    const CLspInfoBufferClass& infos = *LspInfos();
+    if (lOrigin < 0 || lOrigin > infos.Count()) RaiseError(kErrSubscript);
+    return &infos.LspInfoRecord(lOrigin);
+  }
   // GetPulsArrival of a pulse in hand.
-  double PulsArrival(const CPulsClass& cPuls) const;
+  double PulsArrival(const CPulsClass& cPuls) const {
+    const int32_t lOrigin = cPuls.Origin();
+    const CLspInfoClass& lsp = LspInfos()->LspInfoRecord(lOrigin);
+    if (lOrigin > 0 && !lsp.IsActive()) return kNeverArrives;
+    return static_cast<double>(lsp.Delay()) + static_cast<double>(cPuls.Travel());
+  }
 
   // ---- Save numbering, shared by both block writers so that their numbers agree ----
   // Element i (0..Count of the loudspeakers) is the number loudspeaker i gets in the saved

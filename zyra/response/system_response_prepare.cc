@@ -45,19 +45,6 @@ size_t Slot(int32_t i) {
 
 // ---- Helpers ----
 
-CLspInfoClass* CSystemResponse::OriginLsp(int32_t lOrigin) const {
-  if (lOrigin == 0) return nullptr;
-  if (lOrigin < 0 || lOrigin > LspInfos()->Count()) RaiseError(kErrSubscript);
-  return &LspInfos()->LspInfoRecord(lOrigin);
-}
-
-double CSystemResponse::PulsArrival(const CPulsClass& cPuls) const {
-  const int32_t lOrigin = cPuls.Origin();
-  const CLspInfoClass& lsp = LspInfos()->LspInfoRecord(lOrigin);
-  if (lOrigin > 0 && !lsp.IsActive()) return kNeverArrives;
-  return static_cast<double>(lsp.Delay()) + static_cast<double>(cPuls.Travel());
-}
-
 double CSystemResponse::GetPulsArrival(int32_t iPuls) const {
   if (iPuls <= 0) return 0.0;
   return PulsArrival(Pulses()->PulsRecord(iPuls));
