@@ -3,9 +3,13 @@
 #include <benchmark/benchmark.h>
 
 #include <array>
+#include <chrono>
+#include <cmath>
 #include <memory>
 #include <random>
+#include <string>
 
+#include "bench/bench_support.h"
 #include "testing/interference_reference.h"
 #include "zyra/calc/energy_time_process.h"
 
@@ -123,6 +127,76 @@ void BM_AlconsCurve(benchmark::State& state) {
   }
 }
 BENCHMARK(BM_AlconsCurve)->Arg(2000)->Arg(20000)->Unit(benchmark::kMillisecond);
+
+using Clock = std::chrono::steady_clock;
+
+double SecondsSince(Clock::time_point t0) {
+  return std::chrono::duration<double>(Clock::now() - t0).count();
+}
+
+constexpr int32_t kPotKin =
+    CEnergyTimeProcessClass::kInterfPotential | CEnergyTimeProcessClass::kInterfKinetic;
+
+// The Alcons curves of the three bands with interference (pot,kin) for n and 4 n pulses
+// within the 50 ms of the curve, in each iteration; exponent = log4 of their time ratio.
+void BM_AlconsCurveGrowth(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0));
+  const auto small = MakeFile(n, 4, 50.0F);
+  const auto large = MakeFile(4 * n, 4, 50.0F);
+  const CEnergyTimeProcessClass process;
+  std::shared_ptr<CCalcResults> smallResults;
+  std::shared_ptr<CCalcResults> largeResults;
+  process.Calculate(*small, smallResults, true, false, nullptr);
+  process.Calculate(*large, largeResults, true, false, nullptr);
+  double smallSeconds = 0.0;
+  double largeSeconds = 0.0;
+  for (auto _ : state) {
+    for (const bool bLarge : {false, true}) {
+      std::array<double, 51> curve{};
+      const auto t0 = Clock::now();
+      for (int32_t a = 0; a <= 2; ++a) {
+        process.CalculateAlconsCurve(bLarge ? *large : *small,
+                                     bLarge ? *largeResults : *smallResults, a, SL_EAlcons_STI,
+                                     false, kPotKin, curve);
+        benchmark::DoNotOptimize(curve);
+      }
+      (bLarge ? largeSeconds : smallSeconds) += SecondsSince(t0);
+    }
+    state.SetIterationTime(largeSeconds);
+  }
+  const auto k = static_cast<double>(state.iterations());
+  state.counters["small_ms"] = 1000.0 * smallSeconds / k;
+  state.counters["large_ms"] = 1000.0 * largeSeconds / k;
+  state.counters["exponent"] = std::log(largeSeconds / smallSeconds) / std::log(4.0);
+}
+BENCHMARK(BM_AlconsCurveGrowth)->Arg(25000)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// Preparing a response of one coherent group of n and of 4 n members (the pseudo pulse's
+// levels summed from the members), in each iteration; exponent = log4 of the time ratio.
+void BM_CoherentGroupGrowth(benchmark::State& state) {
+  const auto n = static_cast<int32_t>(state.range(0));
+  double smallSeconds = 0.0;
+  double largeSeconds = 0.0;
+  for (auto _ : state) {
+    for (const bool bLarge : {false, true}) {
+      state.PauseTiming();
+      auto file = std::make_unique<CProbeRspClass>();
+      bench::MakeCoherentGroup(*file, bLarge ? 4 * n : n);
+      state.ResumeTiming();
+      const auto t0 = Clock::now();
+      std::string sMessage;
+      benchmark::DoNotOptimize(
+          file->Rsp()->InitResponseDataAfterRead(false, false, sMessage, nullptr));
+      (bLarge ? largeSeconds : smallSeconds) += SecondsSince(t0);
+    }
+    state.SetIterationTime(largeSeconds);
+  }
+  const auto k = static_cast<double>(state.iterations());
+  state.counters["small_ms"] = 1000.0 * smallSeconds / k;
+  state.counters["large_ms"] = 1000.0 * largeSeconds / k;
+  state.counters["exponent"] = std::log(largeSeconds / smallSeconds) / std::log(4.0);
+}
+BENCHMARK(BM_CoherentGroupGrowth)->Arg(4000)->UseManualTime()->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace zyra

@@ -328,18 +328,24 @@ TEST(ResponseFileTest, SaveRSPFileWritesThePrefixAndOverwritesWithoutTruncating)
 }
 
 #if !defined(ZYRA_TEST_UNDER_ASAN)
+// Bytes the allocator has handed out, from its heap and as mappings of their own.
+size_t AllocatedBytes() {
+  const struct mallinfo2 info = mallinfo2();
+  return info.uordblks + info.hblkhd;
+}
+
 // Bytes the reader keeps after reading an image, as the allocator counts them.
 size_t HeldAfterReading(const std::vector<uint8_t>& bytes) {
   auto rsp = std::make_unique<CProbeRspClass>();
   rsp->Rsp()->Pulses();  // the objects that exist before any file
   rsp->ObstInfo();
-  const size_t before = mallinfo2().uordblks;
+  const size_t before = AllocatedBytes();
   int32_t nRays = 0;
   float fCutOff = 0;
   std::string message;
   EXPECT_GE(rsp->ReadRSPBytes(bytes, "", "m.rsp", false, "", nRays, fCutOff, message, nullptr), 0)
       << message;
-  const size_t after = mallinfo2().uordblks;
+  const size_t after = AllocatedBytes();
   return after > before ? after - before : 0;
 }
 

@@ -63,13 +63,7 @@ std::string AppVersionString() {
   return std::string("zyra-rsp ") + ZYRA_VERSION_STRING;
 }
 
-SplitPath SplitFilePath(const std::string& sFilePath) {
-  const std::size_t slash = sFilePath.rfind('/');
-  if (slash == std::string::npos) return {"", sFilePath};
-  return {sFilePath.substr(0, slash + 1), sFilePath.substr(slash + 1)};
-}
-
-bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
+bool WriteFileAtomically(const std::string& sTarget, const TemporaryWriter& write,
                          std::string& sErrorMessage, const std::function<bool(double)>& proceed) {
   std::string sTemporary;
   const int fd = CreateTemporaryBeside(sTarget, sTemporary);
@@ -90,7 +84,18 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
   if (stat(sTarget.c_str(), &existing) == 0 && fchmod(fd, existing.st_mode & 07777) != 0) {
     return fail("cannot set the permissions of the temporary file", errno, true);
   }
-  if (!WriteAll(fd, bytes, proceed)) return fail("cannot write the temporary file", errno, true);
+  if (!write(fd, sTemporary, sErrorMessage)) {
+    const int error = errno;
+    close(fd);
+    unlink(sTemporary.c_str());
+    // The writer may have said what failed; otherwise errno does (0: it was stopped).
+    if (sErrorMessage.empty()) {
+      sErrorMessage = error == 0
+                          ? "interrupted, nothing written"
+                          : SystemError("cannot write the temporary file, nothing written", error);
+    }
+    return false;
+  }
   // On disk before the rename, so that a crash leaves the old file or the whole new one.
   if (fsync(fd) != 0) return fail("cannot flush the temporary file", errno, true);
   if (close(fd) != 0) return fail("cannot close the temporary file", errno, false);
@@ -99,6 +104,14 @@ bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> by
     return fail("cannot rename the temporary file over it", errno, false);
   }
   return true;
+}
+
+bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
+                         std::string& sErrorMessage, const std::function<bool(double)>& proceed) {
+  return WriteFileAtomically(
+      sTarget,
+      [&](int fd, const std::string&, std::string&) { return WriteAll(fd, bytes, proceed); },
+      sErrorMessage, proceed);
 }
 
 void IgnoreFileSizeSignal() {

@@ -132,6 +132,15 @@ int RunSeatGrid(const SeatGridOptions& options);
 bool WriteFileAtomically(const std::string& sTarget, std::span<const uint8_t> bytes,
                          std::string& sErrorMessage,
                          const std::function<bool(double dFraction)>& proceed = nullptr);
+// The same with the content written by `write` to the temporary file, given as an open
+// descriptor and by name, so that a large file need not be held in memory first. `write`
+// answers false when it could not write, having set the message or left errno to say why
+// (errno 0: it was stopped); the temporary is then removed as on any other failure.
+using TemporaryWriter =
+    std::function<bool(int fd, const std::string& sTemporary, std::string& sErrorMessage)>;
+bool WriteFileAtomically(const std::string& sTarget, const TemporaryWriter& write,
+                         std::string& sErrorMessage,
+                         const std::function<bool(double dFraction)>& proceed = nullptr);
 
 // Makes a write past the file-size limit fail with an error (EFBIG) instead of ending the
 // process with SIGXFSZ, so that the temporary file can be removed and the failure reported.

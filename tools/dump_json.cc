@@ -1,5 +1,9 @@
 #include "tools/dump_json.h"
 
+#include <charconv>
+#include <cmath>
+#include <string>
+#include <string_view>
 #include <vector>
 
 namespace zyra::tool {
@@ -219,45 +223,144 @@ Json PulseBufferJson(const CPulsBufferClass& b) {
 
 namespace {
 
-// A value as it stands at `depth` inside the document (indented by two per level).
-void WriteNested(std::ostream& out, const Json& value, int depth) {
-  const std::string text = value.dump(2, ' ', false, Json::error_handler_t::strict);
-  const std::string indent(static_cast<std::size_t>(2 * depth), ' ');
-  for (const char c : text) {
-    out << c;
-    if (c == '\n') out << indent;
+// Text gathered in a buffer of its own and handed to the stream in pieces of about a megabyte:
+// a million pulses make a gigabyte of JSON, and a stream call per character or number would
+// cost more than making the text.
+class BufferedText {
+ public:
+  explicit BufferedText(std::ostream& out) : out_(out) { text_.reserve(kPiece + kPiece / 8); }
+  BufferedText(const BufferedText&) = delete;
+  BufferedText& operator=(const BufferedText&) = delete;
+  ~BufferedText() { Flush(); }
+
+  void Append(std::string_view text) { text_.append(text); }
+  void Integer(int64_t value) {
+    char digits[24];
+    const auto written = std::to_chars(digits, digits + sizeof digits, value);
+    text_.append(digits, written.ptr);
   }
+  // A Single as SingleJson gives it and the JSON writer prints it: the double read from the
+  // float's shortest text, printed by the writer's own number form (so the text is the same
+  // to the byte); NaN and the infinities as strings.
+  void Single(float value) {
+    if (!std::isfinite(value)) {
+      Append(std::isnan(value) ? "\"NaN\"" : (value > 0 ? "\"Infinity\"" : "\"-Infinity\""));
+      return;
+    }
+    char text[64];
+    const auto shortest = std::to_chars(text, text + sizeof text, value);
+    double widened = 0.0;
+    std::from_chars(text, shortest.ptr, widened);
+    const char* end = nlohmann::detail::to_chars(text, text + sizeof text, widened);
+    text_.append(text, static_cast<std::size_t>(end - text));
+  }
+  // Hands the text to the stream once a piece has gathered.
+  void FlushIfFull() {
+    if (text_.size() >= kPiece) Flush();
+  }
+  void Flush() {
+    out_.write(text_.data(), static_cast<std::streamsize>(text_.size()));
+    text_.clear();
+  }
+
+ private:
+  static constexpr std::size_t kPiece = std::size_t{1} << 20;
+  std::ostream& out_;
+  std::string text_;
+};
+
+// A value as it stands at `depth` inside the document (indented by two per level).
+void WriteNested(BufferedText& out, const Json& value, int depth) {
+  const std::string text = value.dump(2, ' ', false, Json::error_handler_t::strict);
+  const std::string indent = "\n" + std::string(static_cast<std::size_t>(2 * depth), ' ');
+  std::size_t start = 0;
+  for (std::size_t end = text.find('\n'); end != std::string::npos; end = text.find('\n', start)) {
+    out.Append(std::string_view(text).substr(start, end - start));
+    out.Append(indent);
+    start = end + 1;
+  }
+  out.Append(std::string_view(text).substr(start));
+}
+
+// PulsJson(p) as WriteNested(out, PulsJson(p), 2) writes it, made directly: keys at six
+// blanks, array elements at eight (as the writer indents a document by two per level).
+void WritePuls(BufferedText& out, const CPulsClass& p) {
+  bool bFirst = true;
+  const auto key = [&](std::string_view name) {
+    out.Append(bFirst ? "{\n      \"" : ",\n      \"");
+    bFirst = false;
+    out.Append(name);
+    out.Append("\": ");
+  };
+  const auto integer = [&](std::string_view name, int64_t value) {
+    key(name);
+    out.Integer(value);
+  };
+  const auto single = [&](std::string_view name, float value) {
+    key(name);
+    out.Single(value);
+  };
+  // An array of n elements, element i written by write(i).
+  const auto array = [&](std::string_view name, int32_t n, auto&& write) {
+    key(name);
+    for (int32_t i = 0; i < n; ++i) {
+      out.Append(i == 0 ? "[\n        " : ",\n        ");
+      write(i);
+    }
+    out.Append("\n      ]");
+  };
+  integer("Origin", p.Origin());
+  array("SPL", kLastBand + 1, [&](int32_t i) { out.Integer(p.SPL(i)); });
+  single("Travel", p.Travel());
+  integer("HorAngle", p.HorAngle());
+  integer("VerAngle", p.VerAngle());
+  integer("ROrder", p.ROrder());
+  integer("Multiple", p.Multiple());
+  // Linie in the file's order: (0,0), (1,0), (0,1), (1,1).
+  array("Linie", 4, [&](int32_t i) { out.Single(p.Linie(i % 2, i / 2)); });
+  integer("Farbe", p.Farbe());
+  array("RayX", 3, [&](int32_t i) { out.Single(p.RayX(i + 1)); });
+  integer("ID", p.ID());
+  integer("Flags", p.Flags());
+  array("Phase", kLastBand + 1, [&](int32_t i) { out.Integer(p.Phase(i)); });
+  integer("ID_Pseudo", p.ID_Pseudo());
+  out.Append("\n    }");
 }
 
 }  // namespace
 
-void WriteDumpJson(std::ostream& out, const CProbeRspClass& cFile, const CFileHeaderClass& header,
-                   const ReadOutcome& read, const InitOutcome* init) {
+void WriteDumpJson(std::ostream& stream, const CProbeRspClass& cFile,
+                   const CFileHeaderClass& header, const ReadOutcome& read,
+                   const InitOutcome* init) {
+  BufferedText out(stream);
   // Everything but the pulses, which are written one by one in their place.
   Json rest = DumpJson(cFile, header, read, init, false);
-  out << "{";
+  out.Append("{");
   bool first = true;
   for (const auto& [key, value] : rest.items()) {
-    out << (first ? "\n  " : ",\n  ") << Json(key).dump() << ": ";
+    out.Append(first ? "\n  " : ",\n  ");
+    out.Append(Json(key).dump());
+    out.Append(": ");
     first = false;
     if (key != "pulses") {
       WriteNested(out, value, 1);
       continue;
     }
-    const CSystemResponse& rsp = *cFile.Rsp();
-    const int32_t n = rsp.Pulses()->Count();
+    const CPulsBufferClass& pulses = *cFile.Rsp()->Pulses();
+    const int32_t n = pulses.Count();
     if (n == 0) {
-      out << "[]";
+      out.Append("[]");
       continue;
     }
-    out << "[";
+    out.Append("[");
     for (int32_t i = 1; i <= n; ++i) {
-      out << (i == 1 ? "\n    " : ",\n    ");
-      WriteNested(out, PulsJson(*Required(rsp.Puls(i))), 2);
+      out.Append(i == 1 ? "\n    " : ",\n    ");
+      WritePuls(out, pulses.PulsRecord(i));
+      out.FlushIfFull();
     }
-    out << "\n  ]";
+    out.Append("\n  ]");
   }
-  out << "\n}\n";
+  out.Append("\n}\n");
 }
 
 Json DumpJson(const CProbeRspClass& cFile, const CFileHeaderClass& header, const ReadOutcome& read,
@@ -265,11 +368,11 @@ Json DumpJson(const CProbeRspClass& cFile, const CFileHeaderClass& header, const
   const CSystemResponse& rsp = *cFile.Rsp();
   Json loudspeakers = Json::array();
   for (int32_t i = 1; i <= rsp.LspInfos()->Count(); ++i) {
-    loudspeakers.push_back(LoudspeakerJson(*Required(rsp.LspInfo(i))));
+    loudspeakers.push_back(LoudspeakerJson(rsp.LspInfos()->LspInfoRecord(i)));
   }
   Json pulses = Json::array();
   for (int32_t i = 1; bWithPulses && i <= rsp.Pulses()->Count(); ++i) {
-    pulses.push_back(PulsJson(*Required(rsp.Puls(i))));
+    pulses.push_back(PulsJson(rsp.Pulses()->PulsRecord(i)));
   }
   return Json{{"read", ReadJson(read)},
               {"init", init != nullptr ? InitJson(*init) : Json(nullptr)},

@@ -74,6 +74,20 @@ TEST(DumpJsonTest, PulseFieldsInTheirFileForms) {
 TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
   CProbeRspClass file;
   BuildDemoHall(file);
+  // A pulse with every awkward number form, written by the pulse writer as the document has it.
+  CPulsClass& odd = file.Rsp()->Pulses()->AppendNewPuls();
+  odd.SetTravel(-0.0f);
+  odd.SetLinie(0, 0, 1e-45f);
+  odd.SetLinie(1, 0, 3.4028235e38f);
+  odd.SetLinie(0, 1, 123456.79f);
+  odd.SetLinie(1, 1, std::nanf(""));
+  odd.SetRayX(1, INFINITY);
+  odd.SetRayX(2, -INFINITY);
+  odd.SetRayX(3, 1e-7f);
+  odd.SetID(INT32_MIN);
+  odd.SetID_Pseudo(INT32_MAX);
+  odd.SetSPL(3, INT16_MIN);
+  odd.SetPhase(21, INT16_MAX);
   const ReadOutcome read{1, "Warning: \xE9", 20000, 1500.5f};
   const InitOutcome init{0, "", ErrorInfo{9, "Subscript out of range"}};
   std::ostringstream streamed;

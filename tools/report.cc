@@ -151,7 +151,7 @@ std::string InfoReadSummary(const CProbeRspClass& cFile, const ReadOutcome& read
   int32_t nDirect = 0;
   int32_t nPseudo = 0;
   for (int32_t i = 1; i <= rsp.Pulses()->Count(); ++i) {
-    const CPulsClass& puls = *Required(rsp.Puls(i));
+    const CPulsClass& puls = rsp.Pulses()->PulsRecord(i);
     if (puls.IsDirectSound()) ++nDirect;
     if (puls.IsPseudo()) ++nPseudo;
   }
@@ -220,11 +220,12 @@ std::string DemoReport(const CProbeRspClass& cFile, const Evaluation& evaluation
   const CSystemResponse& rsp = *cFile.Rsp();
   out << "Loudspeakers:\n";
   for (int32_t i = 1; i <= rsp.LspInfos()->Count(); ++i) {
-    const CLspInfoClass& lsp = *Required(rsp.LspInfo(i));
+    const CLspInfoClass& lsp = rsp.LspInfos()->LspInfoRecord(i);
     const char* role = lsp.IsPseudo() ? "  (coherent group)" : (lsp.IsMember() ? "  (member)" : "");
     out << "  " << i << "  " << Latin1ToUtf8(lsp.Label()) << role
         << (lsp.Delay() != 0.0f ? "  delay " + Format("%.1f", lsp.Delay()) + " ms" : "")
-        << "  direct sound " << Format("%.1f", rsp.Puls(lsp.PulsNr())->SPL(11) / 100.0)
+        << "  direct sound "
+        << Format("%.1f", rsp.Pulses()->PulsRecord(lsp.PulsNr()).SPL(11) / 100.0)
         << " dB at 1 kHz\n";
   }
   out << "Pulses: " << rsp.Pulses()->Count() << ", reflections up to order "

@@ -1,5 +1,7 @@
 // The seven commands of zyra-rsp over the facade (zyra/facade/response.h): each opens, evaluates
 // and presents; what a failure says comes from the facade's ResponseError.
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <iostream>
 #include <limits>
@@ -292,16 +294,37 @@ int RunConvert(const ConvertOptions& options) {
   TerminalProgress progress;
   auto response = OpenResponse(options.sIn, progress, false);
   if (!response) return FailureStatus(progress);
-  std::vector<uint8_t> image;
+  // The image goes to the temporary file as it is made, so that the response and its whole
+  // image are never in memory together.
   progress.Begin("Writing");
-  try {
-    image = SaveImage(response->Model(), options.sOut, response->Read());
-  } catch (const RuntimeError& error) {
-    progress.Done();
-    PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(ErrorInfoOf(error)));
-    return kExitFailure;
+  std::optional<ErrorInfo> saveError;
+  const auto write = [&](int, const std::string& sTemporary, std::string& sMessage) {
+    errno = 0;
+    try {
+      WriteSaveImageToFile(response->Model(), options.sOut, response->Read(), sTemporary);
+    } catch (const RuntimeError& error) {
+      if (error.Number() != kErrPathFileAccess) {
+        saveError = ErrorInfoOf(error);
+      } else {
+        sMessage = "cannot write " + sTemporary +
+                   (errno != 0 ? ": " + std::string(std::strerror(errno)) : "");
+      }
+      return false;
+    }
+    // Ctrl-C while writing: the temporary goes, the old file stays.
+    errno = 0;
+    return !progress.IsCancelled();
+  };
+  std::string sMessage;
+  const bool bWritten = WriteFileAtomically(options.sOut, write, sMessage);
+  progress.Done();
+  if (bWritten) return kExitSuccess;
+  if (saveError) {
+    PrintErrorLine(options.sIn, "cannot be saved: " + ErrorText(*saveError));
+  } else {
+    PrintErrorLine(options.sOut, sMessage);
   }
-  return WriteOutput(options.sOut, image, progress);
+  return FailureStatus(progress);
 }
 
 int RunPlot(const PlotOptions& options) {

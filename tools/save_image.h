@@ -18,6 +18,11 @@ namespace zyra::tool {
 std::vector<uint8_t> SaveImage(CProbeRspClass& cFile, const std::string& sOutPath,
                                const ReadOutcome& read);
 
+// SaveImage written straight to the file sFileName (emptied or created) as it is made; error 75
+// when the file cannot be written.
+void WriteSaveImageToFile(CProbeRspClass& cFile, const std::string& sOutPath,
+                          const ReadOutcome& read, const std::string& sFileName);
+
 // The image without an info-text prefix, so that the same model always gives the same bytes.
 std::vector<uint8_t> ReproducibleImage(CProbeRspClass& cFile);
 

@@ -95,4 +95,142 @@ void CCalcResults::RebuildExxSum() const {
   ++exxSumRebuilds_;
 }
 
+int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> daArrivalAbsolute,
+                                      std::span<const double> daEnergy,
+                                      std::span<const uint8_t> isDirectSound) {
+  const size_t b = Band(iTerz1);
+  const size_t n = daEnergy.size();
+  if (daArrivalAbsolute.size() != n || isDirectSound.size() != n) RaiseError(kErrInvalidCall);
+  if (n == 0) return 0;
+  // The sums of the band, in registers: [reflection, direct][part] for the split parts.
+  struct Sums {
+    double total, e7, e50, e80, eSplit;
+    std::array<std::array<double, kSplitPartCount>, 2> split;
+    std::array<double, kTimeBinCount> bins;
+  };
+  const int a = kAlconsBandOf[b];
+  Sums start{eTotal_[b], e7_[b], e50_[b], e80_[b], eSplit_[b], {}, {}};
+  for (size_t part = 0; part < kSplitPartCount; ++part) {
+    start.split[0][part] = eRef_[part][b];
+    start.split[1][part] = eDir_[part][b];
+  }
+  if (a >= 0) {
+    for (size_t k = 0; k < start.bins.size(); ++k) start.bins[k] = exx_[k][static_cast<size_t>(a)];
+  }
+  // Pulse i added to the sums exactly as AddPulsEnergy adds it; false, and the sums left as
+  // they were, when a sum would not be finite.
+  const auto add = [&](Sums& x, size_t i) {
+    const double t = daArrivalAbsolute[i] - tRef_;
+    const double e = daEnergy[i];
+    const double total = x.total + e;
+    const double e7 = x.e7 + (t < 7.0 ? e : 0.0);
+    const double e50 = x.e50 + (t < 50.0 ? e : 0.0);
+    const double e80 = x.e80 + (t < 80.0 ? e : 0.0);
+    const double eSplit = x.eSplit + (t < tSplit_ ? e : 0.0);
+    std::array<double, kSplitPartCount>& parts = x.split[isDirectSound[i] != 0 ? 1 : 0];
+    const size_t part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
+    const double split0 = parts[0] + e;
+    const double splitPart = parts[part] + e;
+    double* bin = nullptr;
+    if (a >= 0 && t < 50.0) bin = &x.bins[t <= 0.0 ? 0 : PulsBin(t)];
+    const double binSum = bin != nullptr ? *bin + e : 0.0;
+    if (!AllFinite(total, e7, e50, e80, eSplit, split0, splitPart, binSum)) {
+      return false;
+    }
+    x.total = total;
+    x.e7 = e7;
+    x.e50 = e50;
+    x.e80 = e80;
+    x.eSplit = eSplit;
+    parts[0] = split0;
+    parts[part] = splitPart;
+    if (bin != nullptr) *bin = binSum;
+    return true;
+  };
+  // A sum that is not finite stays so through every later addition, so the sums at the end
+  // tell whether one failed on the way; only then are the pulses added again, checked one by
+  // one, to stop before the one that failed.
+  Sums x = start;
+  {
+    // The same additions as `add` without the check, on plain locals the compiler keeps in
+    // registers. Adding +0.0 leaves a sum as it is unless the sum is -0.0, and a sum that is
+    // not -0.0 never becomes -0.0 (x + y rounds an exact zero to +0.0), so where no sum of the
+    // time limits starts at -0.0 the zero terms are left out: after a sort by arrival each
+    // limit then takes a run of pulses and is not touched after it.
+    const auto isMinusZero = [](double v) { return v == 0.0 && std::signbit(v); };
+    const bool bSkipZeros =
+        !(isMinusZero(x.e7) || isMinusZero(x.e50) || isMinusZero(x.e80) || isMinusZero(x.eSplit));
+    double total = x.total, e7 = x.e7, e50 = x.e50, e80 = x.e80, eSplit = x.eSplit;
+    // The split parts in registers too: [reflection, direct] x part 0..3.
+    double r0 = x.split[0][0], r1 = x.split[0][1], r2 = x.split[0][2], r3 = x.split[0][3];
+    double d0 = x.split[1][0], d1 = x.split[1][1], d2 = x.split[1][2], d3 = x.split[1][3];
+    for (size_t i = 0; i < n; ++i) {
+      const double t = daArrivalAbsolute[i] - tRef_;
+      const double e = daEnergy[i];
+      total = total + e;
+      if (bSkipZeros) {
+        if (t < 7.0) e7 = e7 + e;
+        if (t < 50.0) e50 = e50 + e;
+        if (t < 80.0) e80 = e80 + e;
+        if (t < tSplit_) eSplit = eSplit + e;
+      } else {
+        e7 = e7 + (t < 7.0 ? e : 0.0);
+        e50 = e50 + (t < 50.0 ? e : 0.0);
+        e80 = e80 + (t < 80.0 ? e : 0.0);
+        eSplit = eSplit + (t < tSplit_ ? e : 0.0);
+      }
+      const int part = t < tSplit_ ? 1 : (t < tDiff_ ? 2 : 3);
+      if (isDirectSound[i] != 0) {
+        d0 = d0 + e;
+        if (part == 1) d1 = d1 + e;
+        if (part == 2) d2 = d2 + e;
+        if (part == 3) d3 = d3 + e;
+      } else {
+        r0 = r0 + e;
+        if (part == 1) r1 = r1 + e;
+        if (part == 2) r2 = r2 + e;
+        if (part == 3) r3 = r3 + e;
+      }
+      if (a >= 0 && t < 50.0) {
+        double& bin = x.bins[t <= 0.0 ? 0 : PulsBin(t)];
+        bin = bin + e;
+      }
+    }
+    x.total = total;
+    x.e7 = e7;
+    x.e50 = e50;
+    x.e80 = e80;
+    x.eSplit = eSplit;
+    x.split[0] = {r0, r1, r2, r3};
+    x.split[1] = {d0, d1, d2, d3};
+  }
+  bool bAllFinite = AllFinite(x.total, x.e7, x.e50, x.e80, x.eSplit);
+  for (const auto& parts : x.split) {
+    for (const double v : parts) bAllFinite = bAllFinite && AllFinite(v);
+  }
+  for (const double v : x.bins) bAllFinite = bAllFinite && AllFinite(v);
+  size_t nAdded = n;
+  if (!bAllFinite) {
+    x = start;
+    for (nAdded = 0; nAdded < n && add(x, nAdded);) ++nAdded;
+  }
+  if (nAdded > 0) {
+    eTotal_[b] = x.total;
+    e7_[b] = x.e7;
+    e50_[b] = x.e50;
+    e80_[b] = x.e80;
+    eSplit_[b] = x.eSplit;
+    for (size_t part = 0; part < kSplitPartCount; ++part) {
+      eRef_[part][b] = x.split[0][part];
+      eDir_[part][b] = x.split[1][part];
+    }
+    if (a >= 0) {
+      for (size_t k = 0; k < x.bins.size(); ++k) exx_[k][static_cast<size_t>(a)] = x.bins[k];
+      binsChanged_ = true;
+    }
+  }
+  if (nAdded < n) RaiseError(kErrOverflow);
+  return 0;
+}
+
 }  // namespace zyra

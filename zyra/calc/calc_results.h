@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <mutex>
+#include <span>
 
 #include "zyra/support/errors.h"
 
@@ -40,6 +41,12 @@ class CCalcResults {
   // Called once per pulse and band, so it stays in the header.
   inline int32_t AddPulsEnergy(int32_t iTerz1, double dArrivalAbsolute, double dEnergy,
                                bool bIsDirectSound);
+  // AddPulsEnergy for pulses i = 0..n-1 of one band in turn (daEnergy[i] arriving at
+  // daArrivalAbsolute[i], a direct sound where isDirectSound[i] is not 0): the same sums in the
+  // same order, kept in registers between pulses. On error 6 the sums stand as after the
+  // pulses before the one that failed. The three spans must have the same length (error 5).
+  int32_t AddPulsEnergies(int32_t iTerz1, std::span<const double> daArrivalAbsolute,
+                          std::span<const double> daEnergy, std::span<const uint8_t> isDirectSound);
 
   // SPLMax(iTerz1) squared.
   double GetEDirectMax(int32_t iTerz1) const;

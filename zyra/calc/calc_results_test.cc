@@ -8,6 +8,7 @@
 #include <cmath>
 #include <functional>
 #include <limits>
+#include <vector>
 
 #include "zyra/support/calculation.h"
 
@@ -176,6 +177,49 @@ TEST(CalcResultsTest, SumThatOverflowsIsError6AndKeepsThePreviousSums) {
   r.AddPulsEnergy(8, 30.0, 1e308, true);
   EXPECT_EQ(testing::ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
   EXPECT_EQ(testing::ErrorNumberOf([&] { r.ExxSum(0, 0); }), kErrOverflow);
+}
+
+TEST(CalcResultsTest, PulsesInOneGoSumAsOneByOneToTheBit) {
+  // Arrivals around every limit and bin, both kinds, odd energies; then an overflow partway.
+  std::vector<double> arrivals, energies;
+  std::vector<uint8_t> direct;
+  for (int k = 0; k < 400; ++k) {
+    arrivals.push_back(95.0 + 0.37 * k);
+    energies.push_back(1.0 / (3 + k % 17) + 1e-3 * k);
+    direct.push_back(k % 5 == 0 ? 1 : 0);
+  }
+  energies.push_back(1e308);
+  energies.push_back(1e308);  // this one overflows
+  energies.push_back(1.0);
+  for (int k = 0; k < 3; ++k) {
+    arrivals.push_back(110.0 + k);
+    direct.push_back(0);
+  }
+  CCalcResults one, batch;
+  for (CCalcResults* r : {&one, &batch}) SetTimes(*r, 100.0, 20.0, 30.0, 10.0);
+  for (const int32_t band : {3, 11}) {
+    int32_t errorOne = 0;
+    for (size_t k = 0; k < energies.size() && errorOne == 0; ++k) {
+      errorOne = testing::ErrorNumberOf(
+          [&] { one.AddPulsEnergy(band, arrivals[k], energies[k], direct[k] != 0); });
+    }
+    EXPECT_EQ(errorOne, kErrOverflow);
+    EXPECT_EQ(
+        testing::ErrorNumberOf([&] { batch.AddPulsEnergies(band, arrivals, energies, direct); }),
+        kErrOverflow);
+    const auto sums = [band](const CCalcResults& r) {
+      std::vector<double> v = {r.Etotal(band), r.E7(band), r.E50(band), r.E80(band),
+                               r.ESplit(band)};
+      for (int32_t part = 0; part < 4; ++part) {
+        v.push_back(r.EDir(part, band));
+        v.push_back(r.ERef(part, band));
+      }
+      for (int32_t bin = 0; bin <= 50; ++bin) v.push_back(r.Exx(bin, 1));
+      return v;
+    };
+    EXPECT_EQ(sums(one), sums(batch)) << band;
+  }
+  EXPECT_EQ(one.ExxSum(50, 1), batch.ExxSum(50, 1));
 }
 
 }  // namespace

@@ -1,7 +1,10 @@
 #include "zyra/calc/energy_time_process.h"
 
+#include <algorithm>
+#include <array>
 #include <cmath>
 #include <limits>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -19,6 +22,8 @@ constexpr int32_t kBandCount1 = 21;  // third-octave bands 1..21
 constexpr float kSplitMin = 7.0F;
 constexpr float kSplitMax = 50.0F;
 constexpr int32_t kAlconsTerz[] = {8, 11, 14};
+// Without progress, the energies of this many pulses are looked up at a time.
+constexpr size_t kEnergyPiece = 4096;
 
 // The outcome of the evaluation: its result and whether no direct sound was found.
 struct Evaluation {
@@ -74,6 +79,7 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   const int32_t n = rsp.Pulses()->Count();
 
   const std::vector<double>& energyByLevel = EnergyByLevel();
+  std::array<double, kEnergyPiece> daEnergy{};
   const std::string sWarning = "Abort Will Discard Response Data!";
   for (int32_t iTerz1 = 1; iTerz1 <= kBandCount1; ++iTerz1) {
     const double dEHall = CountedHallEnergy(etc, iTerz1);
@@ -84,7 +90,16 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
                       counted.baIsDirectSound[c] != 0);
     };
     if (!bReport) {
-      for (size_t c = 0; c < nCounted; ++c) AddPuls(c);
+      // Without progress the band's pulses go in pieces whose sums stay in registers.
+      for (size_t start = 0; start < nCounted; start += kEnergyPiece) {
+        const size_t count = std::min(kEnergyPiece, nCounted - start);
+        for (size_t k = 0; k < count; ++k) {
+          daEnergy[k] = CountedEnergy(energyByLevel, bandLevels[start + k]);
+        }
+        r.AddPulsEnergies(iTerz1, std::span(counted.daArrival).subspan(start, count),
+                          std::span(daEnergy).first(count),
+                          std::span(counted.baIsDirectSound).subspan(start, count));
+      }
       continue;
     }
     const std::string sCaption = "Band" + ToStrText(GetTerzFrequency(iTerz1 - 1)) + " Hz";

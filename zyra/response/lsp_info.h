@@ -2,6 +2,7 @@
 #ifndef ZYRA_RESPONSE_LSP_INFO_H_
 #define ZYRA_RESPONSE_LSP_INFO_H_
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -68,6 +69,8 @@ class CLspInfoClass {
   int16_t Dirty(int32_t iTerz1) const { return dirty_.Get(iTerz1); }
   void SetDirty(int32_t iTerz1, int16_t value) { dirty_.Set(iTerz1, value); }
   int16_t Phase(int32_t iTerz1) const { return phase_.Get(iTerz1); }
+  // Phase(1..21) at once, element b - 1 for band b.
+  const std::array<int16_t, 21>& Phases() const noexcept { return phase_.Values(); }
   void SetPhase(int32_t iTerz1, int16_t value) { phase_.Set(iTerz1, value); }
   float Delay() const noexcept { return delay_; }
   void SetDelay(float value) noexcept { delay_ = value; }

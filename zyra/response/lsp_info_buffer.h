@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "zyra/format/block_walk.h"
@@ -21,9 +22,17 @@ class CLspInfoBufferClass {
   // The reference at iLspInfo; the empty reference outside 0..Count.
   std::shared_ptr<CLspInfoClass> LspInfo(int32_t iLspInfo) const { return slots_.Get(iLspInfo); }
   // The record at iLspInfo in place; error 91 where LspInfo would give the empty reference.
+  // Valid until the buffer changes shape or LspInfo(iLspInfo) hands the record out.
   CLspInfoClass& LspInfoRecord(int32_t iLspInfo) const {
     if (!slots_.InRange(iLspInfo)) RaiseError(kErrObjectNotSet);
     return slots_.At(iLspInfo);
+  }
+  // The record at iLspInfo, or null where LspInfo would give the empty reference.
+  CLspInfoClass* FindLspInfo(int32_t iLspInfo) const { return slots_.Find(iLspInfo); }
+  // Stores a record of the buffer's own at iLspInfo, replacing the reference there; error 9
+  // outside 0..Count.
+  void SetLspInfoValue(int32_t iLspInfo, CLspInfoClass cLspInfo) {
+    slots_.SetValue(iLspInfo, std::move(cLspInfo));
   }
   // Stores the reference (no copy); error 9 outside 0..Count.
   void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo) {
@@ -33,6 +42,10 @@ class CLspInfoBufferClass {
   void SetCount(int32_t nLspInfo) { slots_.Refill(nLspInfo); }
   // Resizes keeping the records; error 5 for a negative count.
   void SetCountPreserve(int32_t nLspInfo) { slots_.Resize(nLspInfo); }
+  // Record j (1-based) becomes what record laFrom[j - 1] was, for j = 1..size, and Count the
+  // size; each source in 1..Count at most once (error 9 otherwise). References handed out
+  // follow their records.
+  void Rearrange(std::span<const int32_t> laFrom) { slots_.Rearrange(laFrom); }
 
   std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kLspInfos)); }
 

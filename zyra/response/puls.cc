@@ -2,6 +2,7 @@
 
 #include <cmath>
 
+#include "zyra/support/calculation.h"
 #include "zyra/support/print_fields.h"
 #include "zyra/support/record_fields.h"
 #include "zyra/support/span_fields.h"
@@ -24,18 +25,30 @@ void CPulsClass::ReadFromByteStream(ByteStream& cByteStream, int32_t iVersion) {
   }
   // Runs for every pulse of a file: one length check, then plain copies.
   ReadRecordBytes(cByteStream, lLength, [this, iVersion](SpanFieldReader& reader) {
-    *this = CPulsClass();
+    // Version 1 fills every field; version 0 leaves the later ones cleared.
+    if (iVersion != 1) *this = CPulsClass();
     Layout(*this, reader, iVersion == 1);
   });
 }
 
 void CPulsClass::SaveToByteStream(ByteStream& cByteStream) const {
-  WriteRecordBytes(cByteStream, kLengthVersion1,
-                   [this](SpanFieldWriter& writer) { Layout(*this, writer, true); });
+  WriteRecordBytes<kLengthVersion1>(cByteStream, kLengthVersion1, [this](SpanFieldWriter& writer) {
+    Layout(*this, writer, true);
+  });
 }
 
 int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
   return LengthOfVersion(iVersion, kLengthVersion0, kLengthVersion1);
+}
+
+void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
+  std::array<int16_t, 22>& phases = phase_.Values();
+  for (size_t b = 1; b <= 21; ++b) {
+    // Sums within +-31415 need no wrapping (see AddPhases): the common case, without a call.
+    const int32_t lSum = int32_t{phases[b]} + int32_t{iaPhase[b - 1]};
+    phases[b] = lSum >= -31415 && lSum <= 31415 ? static_cast<int16_t>(lSum)
+                                                : AddPhases(phases[b], iaPhase[b - 1]);
+  }
 }
 
 bool CPulsClass::IsActiveForCalc(bool bIsInterferenceOn) const noexcept {

@@ -2,6 +2,7 @@
 #ifndef ZYRA_RESPONSE_PULS_H_
 #define ZYRA_RESPONSE_PULS_H_
 
+#include <array>
 #include <cstdint>
 #include <memory>
 #include <vector>
@@ -62,6 +63,8 @@ class CPulsClass {
   int32_t Origin() const noexcept { return origin_; }
   void SetOrigin(int32_t value) noexcept { origin_ = static_cast<int16_t>(value); }
   int16_t SPL(int32_t iTerz1) const { return spl_.Get(iTerz1); }
+  // SPL(0..21) at once, element b for band b.
+  const std::array<int16_t, 22>& SPLs() const noexcept { return spl_.Values(); }
   void SetSPL(int32_t iTerz1, int16_t value) { spl_.Set(iTerz1, value); }
   float Travel() const noexcept { return travel_; }
   void SetTravel(float value) noexcept { travel_ = value; }
@@ -83,6 +86,8 @@ class CPulsClass {
   void SetID(int32_t value) noexcept { id_ = value; }
   int16_t Phase(int32_t iTerz1) const { return phase_.Get(iTerz1); }
   void SetPhase(int32_t iTerz1, int16_t value) { phase_.Set(iTerz1, value); }
+  // Phase(b) := AddPhases(Phase(b), iaPhase[b - 1]) for the bands b = 1..21; band 0 stays.
+  void AddToPhases(const std::array<int16_t, 21>& iaPhase);
   int32_t ID_Pseudo() const noexcept { return idPseudo_; }
   // The whole flag word, bits without a property included; for hosts that show or export the
   // record as stored.

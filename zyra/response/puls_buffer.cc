@@ -1,6 +1,7 @@
 #include "zyra/response/puls_buffer.h"
 
 #include <limits>
+#include <vector>
 
 #include "zyra/support/print_fields.h"
 
@@ -26,8 +27,12 @@ int32_t CPulsBufferClass::AddPuls(std::shared_ptr<CPulsClass> cPuls) {
 int32_t CPulsBufferClass::DeletePuls(int32_t iPuls) {
   const int32_t nCount = Count();
   if (iPuls < 1 || iPuls > nCount) return -1;
-  for (int32_t j = iPuls; j < nCount; ++j) slots_.Swap(j, j + 1);
-  SetCountPreserve(nCount - 1);
+  std::vector<int32_t> laFrom;
+  laFrom.reserve(static_cast<size_t>(nCount) - 1);
+  for (int32_t j = 1; j <= nCount; ++j) {
+    if (j != iPuls) laFrom.push_back(j);
+  }
+  slots_.Rearrange(laFrom);
   return Count();
 }
 

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <span>
 #include <string>
 
 #include "zyra/format/block_walk.h"
@@ -41,12 +42,15 @@ class CPulsBufferClass {
   int32_t Count() const noexcept { return slots_.Count(); }
   // The reference at iPuls; the empty reference outside 0..Count.
   std::shared_ptr<CPulsClass> Puls(int32_t iPuls) const { return slots_.Get(iPuls); }
-  // The pulse at iPuls in place, for loops that must not copy references; error 91 where
-  // Puls would give the empty reference.
+  // The pulse at iPuls in place, for loops that must not hand references out; error 91 where
+  // Puls would give the empty reference. Valid until the buffer changes shape or Puls(iPuls)
+  // hands the pulse out.
   CPulsClass& PulsRecord(int32_t iPuls) const {
     if (!slots_.InRange(iPuls)) RaiseError(kErrObjectNotSet);
     return slots_.At(iPuls);
   }
+  // The pulse at iPuls, or null where Puls would give the empty reference.
+  CPulsClass* FindPuls(int32_t iPuls) const { return slots_.Find(iPuls); }
   // Stores the reference (no copy); error 9 outside 0..Count.
   void SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls);
   // Appends the reference and returns its index.
@@ -54,10 +58,18 @@ class CPulsBufferClass {
   // Removes pulse iPuls, moving the later ones down; the new Count, or -1 outside 1..Count.
   int32_t DeletePuls(int32_t iPuls);
   void Swap(int32_t iPuls, int32_t jPuls) { slots_.Swap(iPuls, jPuls); }
+  // Pulse j (1-based) becomes what pulse laFrom[j - 1] was, for j = 1..size, and Count the
+  // size: a sort or a removal in one pass. Each source in 1..Count at most once (error 9
+  // otherwise); references handed out follow their pulses. The statistics stay as they are.
+  void Rearrange(std::span<const int32_t> laFrom) { slots_.Rearrange(laFrom); }
 
   // Discards all pulses, makes nPls fresh ones and resets every statistic, DataOrigin and
   // SpeakerPhaseWasAdded included. Error 5 for a negative count.
   void SetCount(int32_t nPls, BusyIndicator* cBusy);
+  // Room for nPls pulses, so that pulses appended up to there stay where they are.
+  void ReserveCount(int32_t nPls) { slots_.Reserve(nPls); }
+  // Appends a new pulse (AddPuls of a fresh one) and returns it in place.
+  CPulsClass& AppendNewPuls() { return slots_.Append(); }
   // Resizes to nPls keeping the pulses; the statistics stay as they are.
   void SetCountPreserve(int32_t nPls) { slots_.Resize(nPls); }
 

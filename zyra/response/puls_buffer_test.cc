@@ -2,6 +2,11 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <functional>
+#include <numeric>
+#include <random>
+
 #include "testing/test_support.h"
 
 namespace zyra {
@@ -77,6 +82,67 @@ TEST(PulsBufferTest, SetCountResetsTheBufferAndReleasesLargeOnesSlotBySlotWithPr
     EXPECT_EQ(buffer.DataOrigin(), PB_EOrigin_MPCFile31);
     EXPECT_FALSE(buffer.SpeakerPhaseWasAdded());
     EXPECT_EQ(buffer.MaxSPL(3), 0);
+  }
+}
+
+TEST(PulsBufferTest, SetCountPreserveKeepsReferencesAndFillsEmptySlots) {
+  CPulsBufferClass buffer;
+  const auto kept = PulsWithID(5);
+  buffer.AddPuls(kept);
+  buffer.AddPuls(PulsWithID(6));
+  buffer.SetPuls(2, nullptr);
+  buffer.SetPuls(0, nullptr);
+  buffer.SetMaxOrder(9);
+  buffer.SetCountPreserve(3);
+  EXPECT_EQ(buffer.Puls(1), kept);
+  for (const int32_t i : {0, 2, 3}) EXPECT_NE(buffer.Puls(i), nullptr) << i;
+  EXPECT_EQ(buffer.MaxOrder(), 9);
+}
+
+TEST(PulsBufferTest, ReferencesHandedOutFollowTheirPulsesThroughARearrangement) {
+  CPulsBufferClass buffer;
+  buffer.SetCount(5, nullptr);
+  for (int32_t i = 1; i <= 5; ++i) buffer.PulsRecord(i).SetID(10 * i);
+  const auto taken = buffer.Puls(2);  // a record of the buffer's own, handed out
+  const auto given = PulsWithID(30);  // the caller's object, stored as it is
+  buffer.SetPuls(3, given);
+  const auto dropped = buffer.Puls(4);
+  // Errors move nothing: a source outside 1..Count, a source named twice.
+  for (const std::vector<int32_t>& bad : {std::vector<int32_t>{1, 6}, {0}, {2, 2}}) {
+    EXPECT_EQ(testing::ErrorNumberOf([&] { buffer.Rearrange(bad); }), kErrSubscript);
+  }
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{10, 20, 30, 40, 50}));
+
+  buffer.Rearrange(std::vector<int32_t>{5, 3, 1, 2});
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{50, 30, 10, 20}));
+  EXPECT_EQ(buffer.Puls(4), taken);
+  EXPECT_EQ(buffer.Puls(2), given);
+  EXPECT_EQ(dropped->ID(), 40);  // still valid, no longer the buffer's
+  taken->SetID(21);
+  given->SetID(31);
+  buffer.PulsRecord(1).SetID(51);
+  EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{51, 31, 10, 21}));
+  EXPECT_EQ(buffer.Puls(1), buffer.Puls(1));  // handed out once, the same object after
+
+  // A large shuffle keeping three quarters, with every seventh pulse handed out before.
+  constexpr int32_t n = 20000;
+  buffer.SetCount(n, nullptr);
+  std::vector<std::shared_ptr<CPulsClass>> handed;
+  for (int32_t i = 1; i <= n; ++i) {
+    buffer.PulsRecord(i).SetID(i);
+    if (i % 7 == 0) handed.push_back(buffer.Puls(i));
+  }
+  std::vector<int32_t> order(n);
+  std::iota(order.begin(), order.end(), 1);
+  std::shuffle(order.begin(), order.end(), std::mt19937(4));
+  order.resize(3 * n / 4);
+  buffer.Rearrange(order);
+  EXPECT_EQ(IDs(buffer), order);
+  for (int32_t j = 1; j <= buffer.Count(); ++j) {
+    if (order[static_cast<size_t>(j - 1)] % 7 == 0) {
+      EXPECT_EQ(buffer.Puls(j),
+                handed[static_cast<size_t>(order[static_cast<size_t>(j - 1)] / 7 - 1)]);
+    }
   }
 }
 

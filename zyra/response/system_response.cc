@@ -27,14 +27,9 @@ constexpr int16_t kSilentLevel = -20000;
 
 // ---- The two buffers ----
 
-const std::shared_ptr<CPulsBufferClass>& CSystemResponse::Pulses() const {
+void CSystemResponse::MakeBuffers() const {
   if (!pulses_) pulses_ = std::make_shared<CPulsBufferClass>();
-  return pulses_;
-}
-
-const std::shared_ptr<CLspInfoBufferClass>& CSystemResponse::LspInfos() const {
   if (!lspInfos_) lspInfos_ = std::make_shared<CLspInfoBufferClass>();
-  return lspInfos_;
 }
 
 void CSystemResponse::SetPuls(int32_t iPuls, std::shared_ptr<CPulsClass> cPuls) {
@@ -52,9 +47,8 @@ std::vector<int32_t> CSystemResponse::BuildSavedLspNumbers() const {
   std::vector<int32_t> laNumbers(static_cast<size_t>(infos.Count()) + 1, 0);
   int32_t lNext = 0;
   for (int32_t i = 1; i <= infos.Count(); ++i) {
-    const std::shared_ptr<CLspInfoClass> cInfo = Required(infos.LspInfo(i));
-    if (cInfo->IsActive() && !cInfo->IsValidCoherence())
-      laNumbers[static_cast<size_t>(i)] = ++lNext;
+    const CLspInfoClass& info = infos.LspInfoRecord(i);
+    if (info.IsActive() && !info.IsValidCoherence()) laNumbers[static_cast<size_t>(i)] = ++lNext;
   }
   return laNumbers;
 }
@@ -80,7 +74,7 @@ int32_t CSystemResponse::ReadPulsBlockFromByteStream(ByteStream& cByteStream,
   CRspBlockHeaderClass header;
   header.ReadFromByteStream(cByteStream, cReadLogger);
   const int32_t iVersion = header.Vrsn();
-  const int32_t lRecord = Required(buffer.Puls(0))->GetLengthInFile(iVersion);
+  const int32_t lRecord = buffer.PulsRecord(0).GetLengthInFile(iVersion);
   // An unknown version has no record length, whatever the header claims.
   if (lRecord < 0 || header.lInfo() != lRecord) {
     sErrorMessage = "Bad Puls Length";
@@ -90,14 +84,20 @@ int32_t CSystemResponse::ReadPulsBlockFromByteStream(ByteStream& cByteStream,
   // A count the stream cannot hold fails as the read of its first missing record would,
   // before anything is allocated for it.
   if (nInfo > cByteStream.Remaining() / lRecord) RaiseError(kErrPastEnd);
-  buffer.SetCount(nInfo, cBusy);
+  // SetCount(nInfo) as the pulses arrive: the buffer is emptied (with the same reports and
+  // statistics) and each pulse made where it is read, so that a million fresh pulses are not
+  // made first only to be overwritten.
+  if (nInfo < 0) RaiseError(kErrInvalidCall);
+  buffer.SetCount(0, cBusy);
+  buffer.ReserveCount(nInfo);
 
   int32_t lResult = 0;
   int32_t nKept = 0;
   for (int32_t i = 1; i <= nInfo; ++i) {
-    // Each record is read into the next free slot, a fresh pulse from SetCount; a dropped
-    // record leaves the slot to the next one (reading clears the record first).
-    CPulsClass& puls = *buffer.Puls(nKept + 1);
+    // Each record is read into the next free slot; a dropped record leaves the slot to the
+    // next one (reading clears the record first).
+    CPulsClass& puls =
+        nKept < buffer.Count() ? buffer.PulsRecord(nKept + 1) : buffer.AppendNewPuls();
     puls.ReadFromByteStream(cByteStream, iVersion);
     // Bundle reflections without their pseudo pulse: the caller must build it, also when
     // the reflection itself is filtered out here.
@@ -119,17 +119,17 @@ void CSystemResponse::SavePulsBlockToByteStream(ByteStream& cByteStream, bool bF
 
   CRspBlockHeaderClass header =
       MakeBlockHeader(buffer.GetBlockID(), kBlockHeaderLength, kBlockVersion, kPulsBlockFlags,
-                      buffer.Count(), Required(buffer.Puls(0))->GetLengthInFile(kBlockVersion));
+                      buffer.Count(), buffer.PulsRecord(0).GetLengthInFile(kBlockVersion));
   const int32_t lBlockStart = cByteStream.GetPosition();
   header.SaveToByteStream(cByteStream);
   lLengthOfBlockHeader = cByteStream.GetPosition() - lBlockStart;
 
   int32_t nWritten = 0;
   for (int32_t i = 1; i <= buffer.Count(); ++i) {
-    const std::shared_ptr<CPulsClass> cPuls = Required(buffer.Puls(i));
-    if (!IsSavedPuls(*cPuls)) continue;
+    const CPulsClass& puls = buffer.PulsRecord(i);
+    if (!IsSavedPuls(puls)) continue;
     // The copy leaves Reserved and the flag bits without a property behind.
-    CPulsClass copy = cPuls->CopyThroughProperties();
+    CPulsClass copy = puls.CopyThroughProperties();
     copy.SetOrigin(SavedLspNumber(laNumbers, copy.Origin()));
     if (copy.IsInactive()) {
       for (int32_t iBand = 0; iBand <= 21; ++iBand) copy.SetSPL(iBand, kSilentLevel);
@@ -156,7 +156,7 @@ int32_t CSystemResponse::ReadLspInfoBlockFromByteStream(ByteStream& cByteStream,
   CRspBlockHeaderClass header;
   header.ReadFromByteStream(cByteStream, cReadLogger);
   const int32_t iVersion = header.Vrsn();
-  if (iVersion == 0 && header.lInfo() != Required(buffer.LspInfo(0))->GetLengthInFile(0)) {
+  if (iVersion == 0 && header.lInfo() != buffer.LspInfoRecord(0).GetLengthInFile(0)) {
     sErrorMessage = "Bad LspInfo30 Length";
     return -1;
   }
@@ -168,7 +168,7 @@ int32_t CSystemResponse::ReadLspInfoBlockFromByteStream(ByteStream& cByteStream,
   if (nInfo > cByteStream.Remaining() / lShortest) RaiseError(kErrPastEnd);
   buffer.SetCount(nInfo);
   for (int32_t i = 1; i <= nInfo; ++i) {
-    if (Required(buffer.LspInfo(i))->ReadFromByteStream(cByteStream, iVersion) != 0) {
+    if (buffer.LspInfoRecord(i).ReadFromByteStream(cByteStream, iVersion) != 0) {
       sErrorMessage = "Bad LspInfo Length";
       return -1;
     }
@@ -189,11 +189,11 @@ bool CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
   std::vector<int32_t> laDirectPuls(laNumbers.size(), 0);
   int32_t lSavedIndex = 0;
   for (int32_t i = 1; i <= pulses.Count(); ++i) {
-    const std::shared_ptr<CPulsClass> cPuls = Required(pulses.Puls(i));
-    if (!IsSavedPuls(*cPuls)) continue;
+    const CPulsClass& puls = pulses.PulsRecord(i);
+    if (!IsSavedPuls(puls)) continue;
     ++lSavedIndex;
-    if (cPuls->ROrder() != 0) continue;
-    const int32_t lOrigin = cPuls->Origin();
+    if (puls.ROrder() != 0) continue;
+    const int32_t lOrigin = puls.Origin();
     SavedLspNumber(laNumbers, lOrigin);  // the "PULS" writer would fail on it too
     laDirectPuls[static_cast<size_t>(lOrigin)] = lSavedIndex;
   }
@@ -207,9 +207,9 @@ bool CSystemResponse::SaveLspInfoBlockToByteStream(ByteStream& cByteStream,
     // Not saved: inactive and valid coherence loudspeakers (no number), and bundle members
     // when their pseudo loudspeaker is to stand for them.
     if (laNumbers[static_cast<size_t>(i)] == 0) continue;
-    const std::shared_ptr<CLspInfoClass> cInfo = Required(infos.LspInfo(i));
-    if (bDontSaveBundles && cInfo->IsMember() && !cInfo->IsPseudo()) continue;
-    CLspInfoClass copy = cInfo->CopyThroughProperties();
+    const CLspInfoClass& info = infos.LspInfoRecord(i);
+    if (bDontSaveBundles && info.IsMember() && !info.IsPseudo()) continue;
+    CLspInfoClass copy = info.CopyThroughProperties();
     copy.SetIsActive(true);
     copy.SetPulsNr(laDirectPuls[static_cast<size_t>(i)]);
     if (lBlockStart < 0) {

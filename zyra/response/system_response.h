@@ -15,6 +15,7 @@
 #include "zyra/response/puls_buffer.h"
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
+#include "zyra/support/errors.h"
 #include "zyra/support/logger.h"
 
 namespace zyra {
@@ -30,8 +31,14 @@ class CSystemResponse {
     return LspInfos()->LspInfo(iLspInfo);
   }
   void SetLspInfo(int32_t iLspInfo, std::shared_ptr<CLspInfoClass> cLspInfo);
-  const std::shared_ptr<CPulsBufferClass>& Pulses() const;
-  const std::shared_ptr<CLspInfoBufferClass>& LspInfos() const;
+  const std::shared_ptr<CPulsBufferClass>& Pulses() const {
+    if (!pulses_) MakeBuffers();
+    return pulses_;
+  }
+  const std::shared_ptr<CLspInfoBufferClass>& LspInfos() const {
+    if (!lspInfos_) MakeBuffers();
+    return lspInfos_;
+  }
 
   // ---- The "PULS" block ----
   // Reads the block at the stream's position: 0, or 1 when some bundle reflection has no
@@ -165,12 +172,47 @@ class CSystemResponse {
   void AddSpeakerPhases(BusyIndicator* cBusy);
   void NormalizeLspFlags();
   void NormalizePulsFlags();
+  // Removes the loudspeakers not marked used (as RemoveUnusedLspInfos) and renumbers the
+  // Origins; the old number -> the new one (0 for a removed record).
+  std::vector<int32_t> RemoveLspInfosNotUsed(const std::vector<uint8_t>& used);
 
+  // ---- The preparation in few walks over the pulses ----
+  struct ReadSurvey;
+  // RemoveUnusedLspInfos, CopyPseudoFlagsToLspInfos, LinkLspInfosToDirectPulses and, with
+  // bWithIDRanges, UpdateMaxOrderAndID in one walk; notes the pulses ComputePseudoPulses
+  // must look at for pseudo reflections.
+  ReadSurvey SurveyAfterRead(bool bWithIDRanges);
+  // ComputePseudoPulses looking only where the survey says (every pulse without one).
+  void ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey);
+  // AddSpeakerPhases (with bAddPhases) and TrainSortPulses in one walk.
+  bool AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy);
+  // SetActiveLspPulses and NormalizePulsFlags in one walk.
+  void SwitchAndNormalizePulses();
+  // What those steps do to one pulse.
+  void SwitchByLoudspeaker(CPulsClass& puls) const;
+  static void NormalizePulsRole(CPulsClass& puls);
+  static void SetCoherenceRole(CPulsClass& puls);
+  static void SetPseudoRole(CPulsClass& puls);
+  static void SetNormalRole(CPulsClass& puls);
+  static void SetMemberRole(CPulsClass& puls);
+
+  // Makes whichever of the two buffers is missing.
+  void MakeBuffers() const;
   // The loudspeaker record a pulse's Origin names, null for Origin 0; error 9 outside
-  // 0..Count, error 91 for an empty slot.
-  CLspInfoClass* OriginLsp(int32_t lOrigin) const;
+  // 0..Count, error 91 for an empty slot. Inline: every walk over the pulses asks it.
+  CLspInfoClass* OriginLsp(int32_t lOrigin) const {
+    if (lOrigin == 0) return nullptr;
+    const CLspInfoBufferClass& infos = *LspInfos();
+    if (lOrigin < 0 || lOrigin > infos.Count()) RaiseError(kErrSubscript);
+    return &infos.LspInfoRecord(lOrigin);
+  }
   // GetPulsArrival of a pulse in hand.
-  double PulsArrival(const CPulsClass& cPuls) const;
+  double PulsArrival(const CPulsClass& cPuls) const {
+    const int32_t lOrigin = cPuls.Origin();
+    const CLspInfoClass& lsp = LspInfos()->LspInfoRecord(lOrigin);
+    if (lOrigin > 0 && !lsp.IsActive()) return kNeverArrives;
+    return static_cast<double>(lsp.Delay()) + static_cast<double>(cPuls.Travel());
+  }
 
   // ---- Save numbering, shared by both block writers so that their numbers agree ----
   // Element i (0..Count of the loudspeakers) is the number loudspeaker i gets in the saved

@@ -5,6 +5,7 @@
 #include <cmath>
 
 #include "zyra/response/system_response.h"
+#include "zyra/support/band_power_mean.h"
 #include "zyra/support/calculation.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/flags.h"
@@ -159,11 +160,11 @@ int32_t CSystemResponse::CalculateTimes(bool bIsInterferenceOn, double& tFirst, 
   size_t nActive = 0;
   for (size_t i = 0; i < n; ++i) {
     const auto iLsp = static_cast<int32_t>(i + 1);
-    const CLspInfoClass& cLsp = *Required(infos.LspInfo(iLsp));
+    const CLspInfoClass& cLsp = infos.LspInfoRecord(iLsp);
     if (cLsp.IsActive()) ++nActive;
     LspTiming& timing = timings[i];
     timing.dArrival = GetLspArrival(iLsp);
-    const CPulsClass& cDirect = *Required(Puls(cLsp.PulsNr()));
+    const CPulsClass& cDirect = Pulses()->PulsRecord(cLsp.PulsNr());
     timing.dDirectArrival = GetPulsArrival(cLsp.PulsNr());
     timing.dLevel11 = cDirect.GetSPLForCalc(kReferenceBand, bIsInterferenceOn);
     timing.bDirectActive = cDirect.IsActiveForCalc(bIsInterferenceOn);
@@ -235,8 +236,8 @@ bool CSystemResponse::CalculateDirectSound(double tRef, double tDiff, double tFi
   std::vector<Direct> directs;
   directs.reserve(static_cast<size_t>(infos.Count()));
   for (int32_t j = 1; j <= infos.Count(); ++j) {
-    const int32_t iPuls = Required(infos.LspInfo(j))->PulsNr();
-    const CPulsClass* cPuls = Required(Puls(iPuls)).get();
+    const int32_t iPuls = infos.LspInfoRecord(j).PulsNr();
+    const CPulsClass* cPuls = &Pulses()->PulsRecord(iPuls);
     const double dArrival = GetPulsArrival(iPuls);
     if (dArrival - tRef < tDiff) directs.push_back({cPuls, dArrival});
   }
@@ -273,7 +274,7 @@ std::vector<InterferenceRead> ReadInterferencePulses(const CSystemResponse& rsp,
   std::vector<InterferenceRead> reads;
   reads.reserve(static_cast<size_t>(buffer.Count()));
   for (int32_t i = 1; i <= buffer.Count(); ++i) {
-    const CPulsClass* cPuls = Required(buffer.Puls(i)).get();
+    const CPulsClass* cPuls = &buffer.PulsRecord(i);
     const double dP = cPuls->GetPressureForCalc(iTerz1, true);
     const double dTau = rsp.GetPulsArrival(i) - tRef;
     const double dPhi = cPuls->Phase(iTerz1) * 0.0001;
@@ -292,6 +293,75 @@ double PairFactor(bool bIsPot, bool bIsKin) {
   return bIsPot != bIsKin ? 1.0 : 2.0;
 }
 
+double OwnEnergy(const std::vector<const InterferenceRead*>& counted) {
+  double own = 0.0;
+  for (const InterferenceRead* r : counted) own += r->dP * r->dP;
+  return own;
+}
+
+// The pair sum sum_{i<k} p_i p_k (with kKinetic times the dot product of their rays) times the
+// band average of cos(x_i - x_k) over the pulses counted[0 .. ends[j] - 1], for every j (for
+// all pulses when ends is empty). Pair by pair when that is cheaper, else from the band mean
+// of the power of the pulses' sum: |S|^2 averaged over the band is sum p_i^2 + 2 pairs, and
+// with the rays, the three sums weighted by the rays' coordinates give sum p_i^2 |r_i|^2 +
+// 2 pairs.
+template <bool kKinetic>
+std::vector<double> InterferencePairs(const std::vector<const InterferenceRead*>& counted,
+                                      const InterferenceBand& band, bool bIncludePhaseLocal,
+                                      std::vector<size_t> ends) {
+  if (ends.empty()) ends.push_back(counted.size());
+  std::vector<double> daPairs;
+  daPairs.reserve(ends.size());
+  const int32_t nChannels = kKinetic ? 3 : 1;
+  double tauLo = 0.0;
+  double tauHi = 0.0;
+  for (size_t i = 0; i < counted.size(); ++i) {
+    tauLo = i == 0 ? counted[i]->dTau : std::min(tauLo, counted[i]->dTau);
+    tauHi = i == 0 ? counted[i]->dTau : std::max(tauHi, counted[i]->dTau);
+  }
+  const auto n = static_cast<int64_t>(counted.size());
+  if (BandPowerMean::IsCheaperThanPairs(n, band.dOmega1, band.dOmega2, tauHi - tauLo, nChannels,
+                                        BandPowerMean::kPlainPairCost)) {
+    BandPowerMean sum(band.dOmega1, band.dOmega2, tauLo, tauHi, nChannels);
+    double weighted = 0.0;  // sum p_i^2 |r_i|^2, or sum p_i^2
+    size_t next = 0;
+    for (const size_t end : ends) {
+      for (; next < end; ++next) {
+        const InterferenceRead& r = *counted[next];
+        const double phi = bIncludePhaseLocal ? r.dPhi : 0.0;
+        if constexpr (kKinetic) {
+          const std::array<double, 3> ray{r.cPuls->RayX(1), r.cPuls->RayX(2), r.cPuls->RayX(3)};
+          sum.Add(r.dP, phi, r.dTau, ray);
+          weighted += r.dP * r.dP * (ray[0] * ray[0] + ray[1] * ray[1] + ray[2] * ray[2]);
+        } else {
+          sum.Add(r.dP, phi, r.dTau);
+          weighted += r.dP * r.dP;
+        }
+      }
+      double mean = 0.0;
+      for (int32_t c = 0; c < nChannels; ++c) mean += sum.Mean(c);
+      daPairs.push_back(0.5 * (mean - weighted));
+    }
+    return daPairs;
+  }
+  const double wc = band.Centre();
+  const double beta = band.HalfWidth();
+  InterferencePulses pulses;
+  for (const InterferenceRead* r : counted) {
+    const double x = (bIncludePhaseLocal ? r->dPhi : 0.0) - wc * r->dTau;
+    pulses.Add(r->dTau, r->dP, x, beta * r->dTau, *r->cPuls);
+  }
+  double pairs = 0.0;
+  size_t next = 0;
+  for (const size_t end : ends) {
+    for (; next < end; ++next) {
+      if (next > 0) pairs += pulses.daP[next] * PairSum(pulses, next, beta, kKinetic);
+    }
+    daPairs.push_back(pairs);
+  }
+  return daPairs;
+}
+
 }  // namespace
 
 float CSystemResponse::CalcInterferenceEnergy(int32_t iTerz1, double dBandwidth, bool bIsPot,
@@ -300,20 +370,14 @@ float CSystemResponse::CalcInterferenceEnergy(int32_t iTerz1, double dBandwidth,
   try {
     const std::vector<InterferenceRead> reads = ReadInterferencePulses(*this, iTerz1, tRef);
     const InterferenceBand band = MakeInterferenceBand(iTerz1, dBandwidth);
-    const double wc = band.Centre();
-    const double beta = band.HalfWidth();
-    InterferencePulses pulses;
-    double own = 0.0;
+    std::vector<const InterferenceRead*> counted;
     for (const InterferenceRead& r : reads) {
-      if (!(r.dTau <= tLimit) || r.dP == 0.0) continue;
-      own += r.dP * r.dP;
-      const double x = (bIncludePhaseLocal ? r.dPhi : 0.0) - wc * r.dTau;
-      pulses.Add(r.dTau, r.dP, x, beta * r.dTau, *r.cPuls);
+      if (r.dTau <= tLimit && r.dP != 0.0) counted.push_back(&r);
     }
-    double pairs = 0.0;
-    for (size_t j = 1; j < pulses.Size(); ++j) {
-      pairs += pulses.daP[j] * PairSum(pulses, j, beta, bIsKin);
-    }
+    const double own = OwnEnergy(counted);
+    const double pairs =
+        bIsKin ? InterferencePairs<true>(counted, band, bIncludePhaseLocal, {}).front()
+               : InterferencePairs<false>(counted, band, bIncludePhaseLocal, {}).front();
     return EnergyAsSingle(OwnFactor(bIsPot, bIsKin) * own + PairFactor(bIsPot, bIsKin) * pairs);
   } catch (const RuntimeError& error) {
     ReportProcedureError("CalcInterferenceEnergy", error);
@@ -328,8 +392,6 @@ std::array<float, CSystemResponse::kCurveLimitCount> CSystemResponse::CalcInterf
   try {
     const std::vector<InterferenceRead> reads = ReadInterferencePulses(*this, iTerz1, tRef);
     const InterferenceBand band = MakeInterferenceBand(iTerz1, dBandwidth);
-    const double wc = band.Centre();
-    const double beta = band.HalfWidth();
 
     // The first limit k that takes each pulse in (tau <= k), and the pulses ordered by it, so
     // that a pair belongs to the limit of its later member and every limit after it.
@@ -343,32 +405,23 @@ std::array<float, CSystemResponse::kCurveLimitCount> CSystemResponse::CalcInterf
       const int32_t k = FirstLimit(reads[i].dTau);
       if (k >= 0 && reads[i].dP != 0.0) byLimit[static_cast<size_t>(k)].push_back(i);
     }
-    InterferencePulses pulses;
-    std::vector<int32_t> laLimit;
-    for (size_t k = 0; k < byLimit.size(); ++k) {
-      for (const size_t i : byLimit[k]) {
-        const InterferenceRead& r = reads[i];
-        const double x = (bIncludePhaseLocal ? r.dPhi : 0.0) - wc * r.dTau;
-        pulses.Add(r.dTau, r.dP, x, beta * r.dTau, *r.cPuls);
-        laLimit.push_back(static_cast<int32_t>(k));
-      }
+    // The pulses in the order of their first limit; ends[k] counts those up to limit k.
+    std::vector<const InterferenceRead*> counted;
+    std::vector<size_t> ends;
+    for (const std::vector<size_t>& group : byLimit) {
+      for (const size_t i : group) counted.push_back(&reads[i]);
+      ends.push_back(counted.size());
     }
-
-    std::array<double, kCurveLimitCount> daOwn{};
-    std::array<double, kCurveLimitCount> daPairs{};
-    for (size_t j = 0; j < pulses.Size(); ++j) {
-      const auto k = static_cast<size_t>(laLimit[j]);
-      daOwn[k] += pulses.daP[j] * pulses.daP[j];
-      if (j > 0) daPairs[k] += pulses.daP[j] * PairSum(pulses, j, beta, bIsKin);
-    }
+    const std::vector<double> daPairs =
+        bIsKin ? InterferencePairs<true>(counted, band, bIncludePhaseLocal, ends)
+               : InterferencePairs<false>(counted, band, bIncludePhaseLocal, ends);
     double own = 0.0;
-    double pairs = 0.0;
+    size_t next = 0;
     std::array<float, kCurveLimitCount> faResult{};
     for (size_t k = 0; k < faResult.size(); ++k) {
-      own += daOwn[k];
-      pairs += daPairs[k];
+      for (; next < ends[k]; ++next) own += counted[next]->dP * counted[next]->dP;
       faResult[k] =
-          EnergyAsSingle(OwnFactor(bIsPot, bIsKin) * own + PairFactor(bIsPot, bIsKin) * pairs);
+          EnergyAsSingle(OwnFactor(bIsPot, bIsKin) * own + PairFactor(bIsPot, bIsKin) * daPairs[k]);
     }
     faEnergy = faResult;
   } catch (const RuntimeError& error) {

@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <iterator>
+#include <limits>
 #include <numeric>
 #include <unordered_map>
 
@@ -17,6 +19,7 @@
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
 #include "zyra/support/levels.h"
+#include "zyra/support/stable_order.h"
 
 namespace zyra {
 
@@ -29,8 +32,9 @@ constexpr char kSortCaption[] = "Sort Pulses";
 constexpr char kSortAbortWarning[] = "Abort Will Discard Response Data!";
 // The level of a pseudo direct sound whose group has no active member: no energy.
 constexpr int16_t kSilentLevel = -20000;
-// The sort asks for cancellation once per this many pulses.
-constexpr int32_t kSortReportStep = 1 << 16;
+// Walks over the pulses report their progress (and the sort asks for cancellation) once per
+// this many pulses.
+constexpr int32_t kReportStep = 1 << 16;
 constexpr double kDegreesPerRadian = 57.29577951308238;
 
 size_t Slot(int32_t i) {
@@ -40,19 +44,6 @@ size_t Slot(int32_t i) {
 }  // namespace
 
 // ---- Helpers ----
-
-CLspInfoClass* CSystemResponse::OriginLsp(int32_t lOrigin) const {
-  if (lOrigin == 0) return nullptr;
-  if (lOrigin < 0 || lOrigin > LspInfos()->Count()) RaiseError(kErrSubscript);
-  return &LspInfos()->LspInfoRecord(lOrigin);
-}
-
-double CSystemResponse::PulsArrival(const CPulsClass& cPuls) const {
-  const int32_t lOrigin = cPuls.Origin();
-  const CLspInfoClass& lsp = LspInfos()->LspInfoRecord(lOrigin);
-  if (lOrigin > 0 && !lsp.IsActive()) return kNeverArrives;
-  return static_cast<double>(lsp.Delay()) + static_cast<double>(cPuls.Travel());
-}
 
 double CSystemResponse::GetPulsArrival(int32_t iPuls) const {
   if (iPuls <= 0) return 0.0;
@@ -69,7 +60,22 @@ double CSystemResponse::GetLspArrival(int32_t iLsp) const {
 // ---- The four pulse roles ----
 
 void CSystemResponse::SetPulsFlags_Coherence(int32_t p) {
-  CPulsClass& puls = Pulses()->PulsRecord(p);
+  SetCoherenceRole(Pulses()->PulsRecord(p));
+}
+
+void CSystemResponse::SetPulsFlags_Pseudo(int32_t p) {
+  SetPseudoRole(Pulses()->PulsRecord(p));
+}
+
+void CSystemResponse::SetPulsFlags_Normal(int32_t p) {
+  SetNormalRole(Pulses()->PulsRecord(p));
+}
+
+void CSystemResponse::SetPulsFlags_Member(int32_t p) {
+  SetMemberRole(Pulses()->PulsRecord(p));
+}
+
+void CSystemResponse::SetCoherenceRole(CPulsClass& puls) {
   puls.SetIsPseudo(false);
   puls.SetIsBundle(false);
   puls.SetIsMember(false);
@@ -77,16 +83,14 @@ void CSystemResponse::SetPulsFlags_Coherence(int32_t p) {
   puls.SetID(0);
 }
 
-void CSystemResponse::SetPulsFlags_Pseudo(int32_t p) {
-  CPulsClass& puls = Pulses()->PulsRecord(p);
+void CSystemResponse::SetPseudoRole(CPulsClass& puls) {
   puls.SetIsPseudo(true);
   puls.SetIsBundle(false);
   puls.SetIsMember(false);
   puls.SetIsCoherence(false);
 }
 
-void CSystemResponse::SetPulsFlags_Normal(int32_t p) {
-  CPulsClass& puls = Pulses()->PulsRecord(p);
+void CSystemResponse::SetNormalRole(CPulsClass& puls) {
   puls.SetIsPseudo(false);
   puls.SetIsBundle(false);
   puls.SetIsMember(false);
@@ -94,8 +98,7 @@ void CSystemResponse::SetPulsFlags_Normal(int32_t p) {
   puls.SetID_Pseudo(0);
 }
 
-void CSystemResponse::SetPulsFlags_Member(int32_t p) {
-  CPulsClass& puls = Pulses()->PulsRecord(p);
+void CSystemResponse::SetMemberRole(CPulsClass& puls) {
   puls.SetIsBundle(true);
   puls.SetIsMember(true);
   puls.SetIsCoherence(false);
@@ -104,32 +107,95 @@ void CSystemResponse::SetPulsFlags_Member(int32_t p) {
 
 // ---- InitResponseDataAfterRead ----
 
+struct CSystemResponse::ReadSurvey {
+  // Pulses with IsPseudo, ROrder >= 1 and ID != 0, and those with ROrder >= 1 and
+  // ID_Pseudo != 0, in pulse order: the owners and members of pseudo reflections are among
+  // them and the direct sounds the steps in between change.
+  std::vector<int32_t> laPseudoReflections;
+  std::vector<int32_t> laGroupedReflections;
+};
+
 int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool bCorrectBadBundles,
                                                    std::string& sErrorMessage,
                                                    BusyIndicator* cBusy) {
-  int32_t nRemoved = 0;
-  RemoveUnusedLspInfos(nRemoved);
-  CopyPseudoFlagsToLspInfos();
-  LinkLspInfosToDirectPulses();
-  if (bCorrectBadBundles) CorrectBadBundles();
-  Pulses()->UpdateMaxOrderAndID();
+  // The steps in their order, but with the walks over a million pulses shared among them: one
+  // walk removes the unused loudspeakers, copies the pseudo flags, links the direct sounds,
+  // takes the ID ranges and notes the pulses the pseudo reflections concern; one adds the
+  // speaker phases and takes the arrivals for the sort; one switches pulses off and makes
+  // their roles exclusive. Each gives what the steps one after the other give.
+  const ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles);
+  if (bCorrectBadBundles) {
+    CorrectBadBundles();
+    Pulses()->UpdateMaxOrderAndID();
+  }
   if (!bIgnoreCoherence) {
     RebuildCoherenceGroups(sErrorMessage);
-    ComputePseudoPulses(cBusy);
+    ComputePseudoPulses(cBusy, bCorrectBadBundles ? nullptr : &survey);
   }
-  if (!Pulses()->SpeakerPhaseWasAdded()) AddSpeakerPhases(cBusy);
   // A failed sort leaves the pulses usable: the remaining steps run all the same.
-  const bool bSorted = TrainSortPulses(true, cBusy);
-  SetActiveLspPulses();
+  const bool bSorted = AddPhasesAndSort(!Pulses()->SpeakerPhaseWasAdded(), cBusy);
   NormalizeLspFlags();
-  NormalizePulsFlags();
+  SwitchAndNormalizePulses();
   return bSorted ? 0 : -1;
+}
+
+CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges) {
+  CPulsBufferClass& pulses = *Pulses();
+  CLspInfoBufferClass& infos = *LspInfos();
+  const int32_t nLsp = infos.Count();
+  const int32_t nPuls = pulses.Count();
+  ReadSurvey survey;
+  std::vector<uint8_t> used(Slot(nLsp) + 1, 0);
+  std::vector<int32_t> laLastDirect(Slot(nLsp) + 1, 0);
+  int32_t lMaxOrder = 0;
+  int32_t lMinID = std::numeric_limits<int32_t>::max();
+  int32_t lMaxID = std::numeric_limits<int32_t>::min();
+  int32_t lMinPseudo = std::numeric_limits<int32_t>::max();
+  int32_t lMaxPseudo = std::numeric_limits<int32_t>::min();
+  for (int32_t p = 1; p <= nPuls; ++p) {
+    const CPulsClass& puls = pulses.PulsRecord(p);
+    const int32_t lOrigin = puls.Origin();
+    const int32_t lOrder = puls.ROrder();
+    if (lOrigin != 0) {
+      if (lOrigin < 0 || lOrigin > nLsp) RaiseError(kErrSubscript);
+      used[Slot(lOrigin)] = 1;
+      if (lOrder == 0) laLastDirect[Slot(lOrigin)] = p;
+    }
+    lMaxOrder = std::max(lMaxOrder, lOrder);
+    lMinID = std::min(lMinID, puls.ID());
+    lMaxID = std::max(lMaxID, puls.ID());
+    lMinPseudo = std::min(lMinPseudo, puls.ID_Pseudo());
+    lMaxPseudo = std::max(lMaxPseudo, puls.ID_Pseudo());
+    if (lOrder >= 1) {
+      if (puls.IsPseudo() && puls.ID() != 0) survey.laPseudoReflections.push_back(p);
+      if (puls.ID_Pseudo() != 0) survey.laGroupedReflections.push_back(p);
+    }
+  }
+  const std::vector<int32_t> laNewNumber = RemoveLspInfosNotUsed(used);
+  // Pseudo flags and links of the last direct sound of each loudspeaker.
+  for (int32_t i = 1; i <= nLsp; ++i) {
+    const int32_t p = laLastDirect[Slot(i)];
+    if (p == 0) continue;
+    CLspInfoClass& lsp = infos.LspInfoRecord(laNewNumber[Slot(i)]);
+    lsp.SetIsPseudo(pulses.PulsRecord(p).IsPseudo());
+    lsp.SetPulsNr(p);
+  }
+  if (bWithIDRanges) {
+    // As UpdateMaxOrderAndID: ranges that found nothing become 0.
+    pulses.SetMaxOrder(lMaxOrder);
+    const bool bIDs = lMinID <= lMaxID;
+    pulses.SetMinID(bIDs ? lMinID : 0);
+    pulses.SetMaxID(bIDs ? lMaxID : 0);
+    const bool bPseudoIDs = lMinPseudo <= lMaxPseudo;
+    pulses.SetMinPseudoID(bPseudoIDs ? lMinPseudo : 0);
+    pulses.SetMaxPseudoID(bPseudoIDs ? lMaxPseudo : 0);
+  }
+  return survey;
 }
 
 void CSystemResponse::RemoveUnusedLspInfos(int32_t& nRemoved) {
   const CPulsBufferClass& pulses = *Pulses();
-  CLspInfoBufferClass& infos = *LspInfos();
-  const int32_t nLsp = infos.Count();
+  const int32_t nLsp = LspInfos()->Count();
   std::vector<uint8_t> used(Slot(nLsp) + 1, 0);
   for (int32_t p = 1; p <= pulses.Count(); ++p) {
     const int32_t lOrigin = pulses.PulsRecord(p).Origin();
@@ -137,6 +203,14 @@ void CSystemResponse::RemoveUnusedLspInfos(int32_t& nRemoved) {
     if (lOrigin < 0 || lOrigin > nLsp) RaiseError(kErrSubscript);
     used[Slot(lOrigin)] = 1;
   }
+  const std::vector<int32_t> laNewNumber = RemoveLspInfosNotUsed(used);
+  nRemoved = nLsp - LspInfos()->Count();
+}
+
+std::vector<int32_t> CSystemResponse::RemoveLspInfosNotUsed(const std::vector<uint8_t>& used) {
+  const CPulsBufferClass& pulses = *Pulses();
+  CLspInfoBufferClass& infos = *LspInfos();
+  const int32_t nLsp = infos.Count();
   // Old number -> new number: each kept record moves down by the number removed below it.
   std::vector<int32_t> laNewNumber(Slot(nLsp) + 1, 0);
   int32_t nKept = 0;
@@ -144,15 +218,15 @@ void CSystemResponse::RemoveUnusedLspInfos(int32_t& nRemoved) {
     if (used[Slot(i)] == 0) continue;
     laNewNumber[Slot(i)] = ++nKept;
     // A record that moves is stored as a deep copy, as moving it one place at a time would.
-    if (nKept != i) infos.SetLspInfo(nKept, Required(infos.LspInfo(i))->CopyDeep());
+    if (nKept != i) infos.SetLspInfoValue(nKept, infos.LspInfoRecord(i).CopyThroughProperties());
   }
-  nRemoved = nLsp - nKept;
-  if (nRemoved == 0) return;
+  if (nKept == nLsp) return laNewNumber;
   for (int32_t p = 1; p <= pulses.Count(); ++p) {
     CPulsClass& puls = pulses.PulsRecord(p);
     if (puls.Origin() != 0) puls.SetOrigin(laNewNumber[Slot(puls.Origin())]);
   }
   infos.SetCountPreserve(nKept);
+  return laNewNumber;
 }
 
 void CSystemResponse::CopyPseudoFlagsToLspInfos() {
@@ -190,8 +264,8 @@ void CSystemResponse::CorrectBadBundles() {
   std::unordered_map<int32_t, int32_t> firstPseudoOfGroup;
   for (int32_t j = 1; j <= nLsp; ++j) {
     const CLspInfoClass& lsp = infos.LspInfoRecord(j);
-    const std::shared_ptr<CPulsClass> cDirect = pulses.Puls(lsp.PulsNr());
-    if (lsp.CoherenceGroup() != 0 && cDirect && cDirect->IsPseudo())
+    const CPulsClass* cDirect = pulses.FindPuls(lsp.PulsNr());
+    if (lsp.CoherenceGroup() != 0 && cDirect != nullptr && cDirect->IsPseudo())
       firstPseudoOfGroup.emplace(lsp.CoherenceGroup(), j);
   }
 
@@ -258,12 +332,13 @@ void CSystemResponse::CorrectBadBundles() {
   }
   if (nRemoved == 0) return;
   std::vector<int32_t> laRemovedBelow(Slot(nPuls) + 2, 0);  // removed pulses with index < q
-  int32_t nKept = 0;
+  std::vector<int32_t> laKept;
+  laKept.reserve(Slot(nPuls - nRemoved));
   for (int32_t p = 1; p <= nPuls; ++p) {
     laRemovedBelow[Slot(p) + 1] = laRemovedBelow[Slot(p)] + removed[Slot(p)];
-    if (removed[Slot(p)] == 0 && ++nKept != p) pulses.SetPuls(nKept, pulses.Puls(p));
+    if (removed[Slot(p)] == 0) laKept.push_back(p);
   }
-  pulses.SetCountPreserve(nKept);
+  pulses.Rearrange(laKept);
   for (int32_t i = 1; i <= nLsp; ++i) {
     CLspInfoClass& lsp = infos.LspInfoRecord(i);
     const int32_t q = lsp.PulsNr();
@@ -290,8 +365,8 @@ void CSystemResponse::RebuildCoherenceGroups(std::string& sErrorMessage) {
   std::vector<int32_t> laKey(Slot(nLsp) + 1, 0);
   bool bAnyDirectMissing = false;
   for (int32_t j = 1; j <= nLsp; ++j) {
-    const std::shared_ptr<CPulsClass> cDirect = pulses.Puls(infos.LspInfoRecord(j).PulsNr());
-    if (!cDirect) {
+    const CPulsClass* cDirect = pulses.FindPuls(infos.LspInfoRecord(j).PulsNr());
+    if (cDirect == nullptr) {
       bAnyDirectMissing = true;
     } else if (cDirect->IsBundle()) {
       hasKey[Slot(j)] = 1;
@@ -392,6 +467,10 @@ void CSystemResponse::ComputePseudoPulseLevels(int32_t iTarget,
 }
 
 void CSystemResponse::ComputePseudoPulses(BusyIndicator* cBusy) {
+  ComputePseudoPulses(cBusy, nullptr);
+}
+
+void CSystemResponse::ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey) {
   const CPulsBufferClass& pulses = *Pulses();
   const CLspInfoBufferClass& infos = *LspInfos();
   const int32_t nLsp = infos.Count();
@@ -469,8 +548,29 @@ void CSystemResponse::ComputePseudoPulses(BusyIndicator* cBusy) {
   // with ID_Pseudo X that are neither pseudo nor coherence pulses. The last pseudo reflection
   // with an identifier owns it; 0 is no identifier.
   const int32_t nPuls = pulses.Count();
+  // Where to look: every pulse, or after a survey, the pulses it noted and the loudspeakers'
+  // direct sounds, the only ones the steps since can have changed.
+  std::vector<int32_t> laOwnerCandidates;
+  std::vector<int32_t> laMemberCandidates;
+  if (survey != nullptr) {
+    std::vector<int32_t> laDirects;
+    for (int32_t j = 1; j <= nLsp; ++j) {
+      const int32_t pn = infos.LspInfoRecord(j).PulsNr();
+      if (pn >= 1 && pn <= nPuls) laDirects.push_back(pn);
+    }
+    std::sort(laDirects.begin(), laDirects.end());
+    laDirects.erase(std::unique(laDirects.begin(), laDirects.end()), laDirects.end());
+    std::set_union(survey->laPseudoReflections.begin(), survey->laPseudoReflections.end(),
+                   laDirects.begin(), laDirects.end(), std::back_inserter(laOwnerCandidates));
+    std::set_union(survey->laGroupedReflections.begin(), survey->laGroupedReflections.end(),
+                   laDirects.begin(), laDirects.end(), std::back_inserter(laMemberCandidates));
+  } else {
+    laOwnerCandidates.resize(Slot(nPuls));
+    std::iota(laOwnerCandidates.begin(), laOwnerCandidates.end(), 1);
+    laMemberCandidates = laOwnerCandidates;
+  }
   std::unordered_map<int32_t, int32_t> ownerOfID;
-  for (int32_t p = 1; p <= nPuls; ++p) {
+  for (const int32_t p : laOwnerCandidates) {
     const CPulsClass& puls = pulses.PulsRecord(p);
     if (puls.IsPseudo() && puls.ROrder() >= 1 && puls.ID() != 0) ownerOfID[puls.ID()] = p;
   }
@@ -479,17 +579,22 @@ void CSystemResponse::ComputePseudoPulses(BusyIndicator* cBusy) {
     return;
   }
   std::unordered_map<int32_t, std::vector<int32_t>> membersOfID;
-  for (int32_t p = 1; p <= nPuls; ++p) {
+  size_t nDone = 0;
+  for (const int32_t p : laMemberCandidates) {
     CPulsClass& puls = pulses.PulsRecord(p);
     if (puls.ROrder() >= 1 && !puls.IsPseudo() && !puls.IsCoherence() && !puls.IsInactive() &&
         puls.ID_Pseudo() != 0 && ownerOfID.contains(puls.ID_Pseudo())) {
       puls.SetIsMember(true);
       membersOfID[puls.ID_Pseudo()].push_back(p);
     }
-    if (cBusy != nullptr) {
-      cBusy->ShowProgress(kCoherenceCaption, static_cast<double>(p) / nPuls, kBusyInterval);
+    if (cBusy != nullptr && ++nDone % kReportStep == 0) {
+      cBusy->ShowProgress(
+          kCoherenceCaption,
+          static_cast<double>(nDone) / static_cast<double>(laMemberCandidates.size()),
+          kBusyInterval);
     }
   }
+  if (cBusy != nullptr) cBusy->ShowProgress(kCoherenceCaption, 1.0, kBusyInterval);
   for (const auto& [lID, laMembers] : membersOfID)
     ComputePseudoPulseLevels(ownerOfID[lID], laMembers);
 }
@@ -511,17 +616,18 @@ void CSystemResponse::AddSpeakerPhases(BusyIndicator* cBusy) {
 
 void CSystemResponse::SetActiveLspPulses() {
   const CPulsBufferClass& pulses = *Pulses();
-  for (int32_t p = 1; p <= pulses.Count(); ++p) {
-    CPulsClass& puls = pulses.PulsRecord(p);
-    const CLspInfoClass* lsp = OriginLsp(puls.Origin());
-    if (lsp == nullptr) continue;
-    if (lsp->IsActive() && puls.IsLspOff()) {
-      puls.SetIsInactive(false);
-      puls.SetIsLspOff(false);
-    } else if (!lsp->IsActive() && !puls.IsInactive()) {
-      puls.SetIsLspOff(true);
-      puls.SetIsInactive(true);
-    }
+  for (int32_t p = 1; p <= pulses.Count(); ++p) SwitchByLoudspeaker(pulses.PulsRecord(p));
+}
+
+void CSystemResponse::SwitchByLoudspeaker(CPulsClass& puls) const {
+  const CLspInfoClass* lsp = OriginLsp(puls.Origin());
+  if (lsp == nullptr) return;
+  if (lsp->IsActive() && puls.IsLspOff()) {
+    puls.SetIsInactive(false);
+    puls.SetIsLspOff(false);
+  } else if (!lsp->IsActive() && !puls.IsInactive()) {
+    puls.SetIsLspOff(true);
+    puls.SetIsInactive(true);
   }
 }
 
@@ -550,17 +656,18 @@ void CSystemResponse::NormalizeLspFlags() {
 
 void CSystemResponse::NormalizePulsFlags() {
   const CPulsBufferClass& pulses = *Pulses();
-  for (int32_t p = 1; p <= pulses.Count(); ++p) {
-    const CPulsClass& puls = pulses.PulsRecord(p);
-    if (puls.IsPseudo()) {
-      SetPulsFlags_Pseudo(p);
-    } else if (puls.IsCoherence()) {
-      SetPulsFlags_Coherence(p);
-    } else if (puls.IsBundle() || puls.IsMember()) {
-      SetPulsFlags_Member(p);
-    } else {
-      SetPulsFlags_Normal(p);
-    }
+  for (int32_t p = 1; p <= pulses.Count(); ++p) NormalizePulsRole(pulses.PulsRecord(p));
+}
+
+void CSystemResponse::NormalizePulsRole(CPulsClass& puls) {
+  if (puls.IsPseudo()) {
+    SetPseudoRole(puls);
+  } else if (puls.IsCoherence()) {
+    SetCoherenceRole(puls);
+  } else if (puls.IsBundle() || puls.IsMember()) {
+    SetMemberRole(puls);
+  } else {
+    SetNormalRole(puls);
   }
 }
 
@@ -580,13 +687,13 @@ bool ArrivesEarlier(double a, double b) {
 void CSystemResponse::SortPulsesSimple() {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
-  std::vector<std::pair<float, std::shared_ptr<CPulsClass>>> items;
+  std::vector<std::pair<float, int32_t>> items;
   items.reserve(Slot(nPuls));
   bool bAnyNaN = false;
   for (int32_t p = 1; p <= nPuls; ++p) {
     const float fTravel = pulses.PulsRecord(p).Travel();
     bAnyNaN = bAnyNaN || std::isnan(fTravel);
-    items.emplace_back(fTravel, pulses.Puls(p));
+    items.emplace_back(fTravel, p);
   }
   if (!bAnyNaN) {
     // An insertion sort that stops at the first neighbour not later is a stable sort.
@@ -601,35 +708,85 @@ void CSystemResponse::SortPulsesSimple() {
       }
     }
   }
-  for (int32_t p = 1; p <= nPuls; ++p) pulses.SetPuls(p, std::move(items[Slot(p - 1)].second));
+  std::vector<int32_t> laOrder;
+  laOrder.reserve(items.size());
+  for (const auto& item : items) laOrder.push_back(item.second);
+  pulses.Rearrange(laOrder);
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
+  return AddPhasesAndSort(false, cBusy);
+}
+
+bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy) {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
   const auto goOn = [&](double dFraction) {
     return cBusy == nullptr ||
            cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
   };
-  std::vector<double> daArrival(Slot(nPuls) + 1, 0.0);
+  // Arrivals in pulse order (element p - 1 for pulse p), whether they are in order already,
+  // and the direct sounds to link afterwards. A cancel stops the arrivals, not the phases.
+  std::vector<double> daArrival(Slot(nPuls));
+  std::vector<int32_t> laDirect;
+  bool bInOrder = true;
+  bool bCancelled = false;
   for (int32_t p = 1; p <= nPuls; ++p) {
-    daArrival[Slot(p)] = PulsArrival(pulses.PulsRecord(p));
-    if (p % kSortReportStep == 0 && !goOn(0.5 * p / nPuls)) return false;
+    CPulsClass& puls = pulses.PulsRecord(p);
+    if (bAddPhases) {
+      if (const CLspInfoClass* lsp = OriginLsp(puls.Origin())) puls.AddToPhases(lsp->Phases());
+    }
+    if (!bCancelled) {
+      const double dArrival = PulsArrival(puls);
+      daArrival[Slot(p - 1)] = dArrival;
+      bInOrder = bInOrder && (p == 1 || !ArrivesEarlier(dArrival, daArrival[Slot(p - 2)]));
+      if (puls.ROrder() == 0 && puls.Origin() != 0) laDirect.push_back(p);
+    }
+    if (p % kReportStep == 0) {
+      const double dFraction = static_cast<double>(p) / nPuls;
+      if (bAddPhases && cBusy != nullptr)
+        cBusy->ShowProgress(kPhaseCaption, dFraction, kBusyInterval);
+      bCancelled = bCancelled || !goOn(0.5 * dFraction);
+    }
   }
-  std::vector<int32_t> laOrder(Slot(nPuls));
-  std::iota(laOrder.begin(), laOrder.end(), 1);
-  std::stable_sort(laOrder.begin(), laOrder.end(), [&](int32_t a, int32_t b) {
-    return ArrivesEarlier(daArrival[Slot(a)], daArrival[Slot(b)]);
-  });
+  if (bAddPhases) {
+    if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
+    pulses.SetSpeakerPhaseWasAdded(true);
+  }
+  if (bCancelled) return false;
+  // A stable sort: ascending, not-a-number last, ties in pulse order.
+  std::vector<int32_t> laOrder = bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(daArrival);
+  daArrival = std::vector<double>();
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
 
-  std::vector<std::shared_ptr<CPulsClass>> sorted;
-  sorted.reserve(Slot(nPuls));
-  for (const int32_t p : laOrder) sorted.push_back(pulses.Puls(p));
-  for (int32_t p = 1; p <= nPuls; ++p) pulses.SetPuls(p, std::move(sorted[Slot(p - 1)]));
-  LinkLspInfosToDirectPulses();
+  // The pulses themselves move into arrival order, so that every walk after the sort reads
+  // them in sequence. Then each loudspeaker is linked to its direct sound as
+  // LinkLspInfosToDirectPulses would: the last in the new order wins.
+  if (bInOrder) {
+    for (const int32_t p : laDirect) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
+    return true;
+  }
+  std::vector<uint8_t> isDirect(Slot(nPuls), 0);
+  for (const int32_t p : laDirect) isDirect[Slot(p - 1)] = 1;
+  for (int32_t& p : laOrder) ++p;
+  pulses.Rearrange(laOrder);
+  for (int32_t q = 1; q <= nPuls; ++q) {
+    if (isDirect[Slot(laOrder[Slot(q - 1)] - 1)] == 0) continue;
+    OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
+  }
   return true;
+}
+
+void CSystemResponse::SwitchAndNormalizePulses() {
+  // SetActiveLspPulses and NormalizePulsFlags, pulse by pulse: the first reads the
+  // loudspeakers, the second nothing the first leaves, and NormalizeLspFlags changes neither.
+  const CPulsBufferClass& pulses = *Pulses();
+  for (int32_t p = 1; p <= pulses.Count(); ++p) {
+    CPulsClass& puls = pulses.PulsRecord(p);
+    SwitchByLoudspeaker(puls);
+    NormalizePulsRole(puls);
+  }
 }
 
 // ---- Queries and views ----

@@ -7,10 +7,10 @@ namespace zyra {
 bool HasBadBundles(const CSystemResponse& cRsp) {
   const CLspInfoBufferClass& lsps = *Required(cRsp.LspInfos());
   for (int32_t i = 1; i <= lsps.Count(); ++i) {
-    const CLspInfoClass& lsp = *Required(lsps.LspInfo(i));
+    const CLspInfoClass& lsp = lsps.LspInfoRecord(i);
     if (lsp.CoherenceGroup() != 0) continue;
-    const std::shared_ptr<CPulsClass> cDirect = cRsp.Puls(lsp.PulsNr());
-    if (cDirect && (cDirect->IsPseudo() || cDirect->IsBundle())) return true;
+    const CPulsClass* cDirect = cRsp.Pulses()->FindPuls(lsp.PulsNr());
+    if (cDirect != nullptr && (cDirect->IsPseudo() || cDirect->IsBundle())) return true;
   }
   return false;
 }

@@ -40,6 +40,15 @@ std::vector<uint8_t> LoadStreamBytes(std::istream& file) {
   return bytes;
 }
 
+// Loads the file folder + name into `stream`; it stays empty when the file does not exist (a
+// folder is no file).
+void OpenResponseFile(ByteStream& stream, const std::string& sPath, const std::string& sFile) {
+  if (!FileExists(sPath, sFile)) return;
+  std::ifstream file(sPath + sFile, std::ios::binary);
+  if (!file) RaiseError(kErrPathFileAccess);
+  stream.LoadFromBytes(LoadStreamBytes(file));
+}
+
 std::string ReadErrorMessage(const std::string& sDescription, const std::string& sFile) {
   return "Error in ReadRSPFile: " + sDescription + '\0' + sFile;
 }
@@ -69,8 +78,7 @@ ByteStream& BlockStream(ByteStream& cFile, const WalkedBlock& block, ByteStream&
     cFile.SetPosition(lPosition);
     return cFile;
   }
-  cScratch.LoadFromBytes(
-      cFile.Bytes().subspan(static_cast<size_t>(lPosition), static_cast<size_t>(lEnd - lPosition)));
+  cScratch.LoadFromBytes(cFile.CopyBytes(lPosition, static_cast<int32_t>(lEnd - lPosition)));
   return cScratch;
 }
 
@@ -194,12 +202,7 @@ int32_t CProbeRspClass::ReadRSPFile(const std::string& sPath, const std::string&
   return GuardedRead(sFile, sErrorMessage, [&] {
     EmptyModel(cBusy);  // also when the file cannot be loaded
     ByteStream stream;
-    // A missing file (a folder is no file) reads as an empty one.
-    if (FileExists(sPath, sFile)) {
-      std::ifstream file(sPath + sFile, std::ios::binary);
-      if (!file) RaiseError(kErrPathFileAccess);
-      stream.LoadFromBytes(LoadStreamBytes(file));
-    }
+    OpenResponseFile(stream, sPath, sFile);
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });
@@ -328,16 +331,16 @@ bool CProbeRspClass::LacksCoherenceInformation() const {
   const CLspInfoBufferClass& lsps = *Required(rsp.LspInfos());
   bool bHasMembers = false;
   for (int32_t i = 1; i <= lsps.Count() && !bHasMembers; ++i) {
-    const CLspInfoClass& lsp = *Required(lsps.LspInfo(i));
+    const CLspInfoClass& lsp = lsps.LspInfoRecord(i);
     bHasMembers = lsp.IsMember() && !lsp.IsCoherenceInvalid();
   }
   if (!bHasMembers) return false;
 
   const CPulsBufferClass& pulses = *Required(rsp.Pulses());
   for (int32_t i = 1; i <= pulses.Count(); ++i) {
-    const CPulsClass& puls = *Required(pulses.Puls(i));
+    const CPulsClass& puls = pulses.PulsRecord(i);
     // Origin 0 looks at the slot-0 template; an Origin naming no record is error 91.
-    const CLspInfoClass& lsp = *Required(lsps.LspInfo(puls.Origin()));
+    const CLspInfoClass& lsp = lsps.LspInfoRecord(puls.Origin());
     if (lsp.IsMember() && !lsp.IsPseudo() && puls.ID_Pseudo() == 0) return true;
     // The first grouped reflection that names its pseudo pulse shows the file has them.
     if (puls.ROrder() > 0 && puls.ID_Pseudo() != 0 && lsp.IsMember()) return false;
@@ -432,11 +435,9 @@ std::string CProbeRspClass::SavePrefixText(const std::string& sAppInfoLabel,
   return prefix;
 }
 
-std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
-                                                    const std::string& sFileName,
-                                                    const std::string& sAppInfoLabel,
-                                                    float fPredDelayTime, int32_t nRaysPerLspk,
-                                                    float fCutOffTime) {
+void CProbeRspClass::WriteSaveImage(ByteStream& cByteStream, const std::string& sPath,
+                                    const std::string& sFileName, const std::string& sAppInfoLabel,
+                                    float fPredDelayTime, int32_t nRaysPerLspk, float fCutOffTime) {
   CProbeInfoClass& probeInfo = *Required(ProbeInfo());
   probeInfo.SetPrLspInfos(Rsp()->LspInfos()->Count());
   probeInfo.SetPrObstInfos(ObstInfo()->Count());
@@ -455,9 +456,19 @@ std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
     for (int32_t i = 0; i <= 21; ++i) pred.SetRT60(i, probeInfo.PrRTime(i));
   }
 
+  SaveToByteStream(cByteStream,
+                   SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
+}
+
+std::vector<uint8_t> CProbeRspClass::BuildSaveImage(const std::string& sPath,
+                                                    const std::string& sFileName,
+                                                    const std::string& sAppInfoLabel,
+                                                    float fPredDelayTime, int32_t nRaysPerLspk,
+                                                    float fCutOffTime) {
   ByteStream stream;
-  SaveToByteStream(stream, SavePrefixText(sAppInfoLabel, LocalDateTimeText(), sFileName, sPath));
-  return stream.GetBytes();
+  WriteSaveImage(stream, sPath, sFileName, sAppInfoLabel, fPredDelayTime, nRaysPerLspk,
+                 fCutOffTime);
+  return stream.TakeBytes();
 }
 
 int16_t CProbeRspClass::SaveRSPFile(const std::string& sPath, const std::string& sFileName,

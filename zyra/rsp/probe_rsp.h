@@ -79,6 +79,11 @@ class CProbeRspClass {
   std::vector<uint8_t> BuildSaveImage(const std::string& sPath, const std::string& sFileName,
                                       const std::string& sAppInfoLabel, float fPredDelayTime,
                                       int32_t nRaysPerLspk, float fCutOffTime);
+  // BuildSaveImage into a stream: the image goes to cByteStream from its position on (to a file
+  // as it is written, for a stream over one).
+  void WriteSaveImage(ByteStream& cByteStream, const std::string& sPath,
+                      const std::string& sFileName, const std::string& sAppInfoLabel,
+                      float fPredDelayTime, int32_t nRaysPerLspk, float fCutOffTime);
   // Appends the file image at the stream's position: the file header, then "TEXT" (with the
   // prefix in front of the text), "PROB", "LSPK" (when it has records), "OBST", "TAIL",
   // "PRED" (when it describes a prediction), "SLRT" (when the probe info says so), and

@@ -14,8 +14,7 @@ class BusyIndicator {
  public:
   virtual ~BusyIndicator() = default;
   // Shows the caption and the fraction done (0 to 1). The result is not used by the library.
-  virtual int32_t ShowProgress(const std::string& sCaption, double dFraction,
-                               double dInterval) = 0;
+  virtual int32_t ShowProgress(const std::string& sCaption, double dFraction, double dInterval) = 0;
   // As ShowProgress; returns false when the user asked to cancel.
   virtual bool ReportProgress(const std::string& sCaption, double dFraction,
                               const std::string& sAbortWarning, double dInterval) = 0;

@@ -4,6 +4,11 @@
 
 namespace zyra {
 
+ByteStream::ByteStream() = default;
+ByteStream::~ByteStream() = default;
+ByteStream::ByteStream(ByteStream&&) noexcept = default;
+ByteStream& ByteStream::operator=(ByteStream&&) noexcept = default;
+
 int32_t ByteStream::SetPosition(int32_t lPosition) {
   if (lPosition < 0) RaiseError(kErrInvalidCall);
   position_ = lPosition;
@@ -12,6 +17,7 @@ int32_t ByteStream::SetPosition(int32_t lPosition) {
 
 int32_t ByteStream::LoadFromBytes(std::vector<uint8_t> bytes) {
   if (static_cast<int64_t>(bytes.size()) > kMaxLength) RaiseError(kErrOverflow);
+  file_.reset();
   bytes_ = std::move(bytes);
   position_ = 0;
   return 0;
@@ -26,6 +32,115 @@ int32_t ByteStream::LoadFromBytes(std::span<const uint8_t> bytes) {
   return 0;
 }
 
+std::vector<uint8_t> ByteStream::TakeBytes() {
+  if (file_) return {};
+  std::vector<uint8_t> taken = std::move(bytes_);
+  bytes_.clear();
+  position_ = 0;
+  return taken;
+}
+
+std::vector<uint8_t> ByteStream::CopyBytes(int32_t lPosition, int32_t lCount) {
+  if (lPosition < 0 || lCount < 0) RaiseError(kErrInvalidCall);
+  if (int64_t{lPosition} + lCount > GetLength()) RaiseError(kErrPastEnd);
+  if (!file_) {
+    const auto start = bytes_.begin() + lPosition;
+    return std::vector<uint8_t>(start, start + lCount);
+  }
+  std::vector<uint8_t> copy(static_cast<size_t>(lCount));
+  const int32_t lKeep = position_;
+  position_ = lPosition;
+  for (int32_t lDone = 0; lDone < lCount;) {
+    const int32_t lPiece = std::min(lCount - lDone, kFileWindow);
+    std::memcpy(copy.data() + lDone, Peek(lPiece), static_cast<size_t>(lPiece));
+    lDone += lPiece;
+    position_ += lPiece;
+  }
+  position_ = lKeep;
+  return copy;
+}
+
+// ---- Streams over a file ----
+
+int32_t ByteStream::OpenFileForReading(const std::string& sFileName) {
+  auto file = std::make_unique<std::fstream>();
+  // Each window is read in one call straight into its place: no buffer of the stream's own.
+  file->rdbuf()->pubsetbuf(nullptr, 0);
+  file->open(sFileName, std::ios::in | std::ios::binary);
+  if (!file->is_open()) RaiseError(kErrPathFileAccess);
+  file->seekg(0, std::ios::end);
+  const std::streamoff length = file->tellg();
+  if (length < 0) RaiseError(kErrPathFileAccess);
+  if (length > kMaxLength) RaiseError(kErrOverflow);
+  CloseFile();
+  bytes_ = std::vector<uint8_t>();
+  file_ = std::move(file);
+  writable_ = false;
+  dirty_ = false;
+  base_ = 0;
+  windowLength_ = 0;
+  fileLength_ = static_cast<int32_t>(length);
+  position_ = 0;
+  return 0;
+}
+
+int32_t ByteStream::OpenFileForWriting(const std::string& sFileName) {
+  auto file = std::make_unique<std::fstream>();
+  file->rdbuf()->pubsetbuf(nullptr, 0);
+  file->open(sFileName, std::ios::in | std::ios::out | std::ios::binary | std::ios::trunc);
+  if (!file->is_open()) RaiseError(kErrPathFileAccess);
+  CloseFile();
+  bytes_ = std::vector<uint8_t>();
+  file_ = std::move(file);
+  writable_ = true;
+  dirty_ = false;
+  base_ = 0;
+  windowLength_ = 0;
+  fileLength_ = 0;
+  position_ = 0;
+  return 0;
+}
+
+void ByteStream::CloseFile() {
+  if (!file_) return;
+  FlushWindow();
+  file_->close();
+  const bool bFailed = file_->fail();
+  file_.reset();
+  bytes_ = std::vector<uint8_t>();
+  position_ = 0;
+  if (bFailed) RaiseError(kErrPathFileAccess);
+}
+
+const uint8_t* ByteStream::MoveWindow(int32_t lCount) {
+  FlushWindow();
+  const int64_t lLength = std::min<int64_t>(std::max(lCount, kFileWindow), GetLength() - position_);
+  if (bytes_.size() < static_cast<size_t>(lLength)) bytes_.resize(static_cast<size_t>(lLength));
+  file_->clear();
+  file_->seekg(position_);
+  file_->read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(lLength));
+  // A file that shrank under the stream ends early.
+  if (file_->gcount() != lLength) {
+    windowLength_ = 0;
+    RaiseError(kErrPastEnd);
+  }
+  base_ = position_;
+  windowLength_ = lLength;
+  return bytes_.data();
+}
+
+void ByteStream::FlushWindow() {
+  if (!dirty_) return;
+  dirty_ = false;
+  file_->clear();
+  file_->seekp(base_);
+  file_->write(reinterpret_cast<const char*>(bytes_.data()),
+               static_cast<std::streamsize>(windowLength_));
+  if (file_->fail()) RaiseError(kErrPathFileAccess);
+}
+
+// ---- Reading ----
+
 void ByteStream::ReadInt16Array(std::span<int16_t> values) {
   if (static_cast<size_t>(Remaining()) < values.size() * sizeof(int16_t)) {
     RaiseError(kErrPastEnd);
@@ -36,8 +151,14 @@ void ByteStream::ReadInt16Array(std::span<int16_t> values) {
 std::string ByteStream::ReadFixedString(int32_t lCount) {
   if (lCount < 0) RaiseError(kErrInvalidCall);
   if (Remaining() < lCount) RaiseError(kErrPastEnd);
-  std::string text(reinterpret_cast<const char*>(bytes_.data()) + position_,
-                   static_cast<size_t>(lCount));
+  std::string text;
+  if (!file_) {
+    text.assign(reinterpret_cast<const char*>(bytes_.data()) + position_,
+                static_cast<size_t>(lCount));
+  } else {
+    const std::vector<uint8_t> copy = CopyBytes(position_, lCount);
+    text.assign(copy.begin(), copy.end());
+  }
   position_ += lCount;
   return text;
 }
@@ -55,6 +176,16 @@ std::string ByteStream::ReadText() {
   }
   return ReadFixedString(count);
 }
+
+const uint8_t* ByteStream::ReadSpan(int32_t lCount) {
+  if (lCount < 0) RaiseError(kErrInvalidCall);
+  if (Remaining() < lCount) RaiseError(kErrPastEnd);
+  const uint8_t* span = Peek(lCount);
+  position_ += lCount;
+  return span;
+}
+
+// ---- Writing ----
 
 void ByteStream::WriteInt16Array(std::span<const int16_t> values) {
   for (const int16_t value : values) WriteInt16(value);
@@ -75,6 +206,10 @@ void ByteStream::WriteText(const std::string& sText) {
 void ByteStream::WriteRaw(const void* data, size_t count) {
   const int64_t end = static_cast<int64_t>(position_) + static_cast<int64_t>(count);
   if (end > kMaxLength) RaiseError(kErrOverflow);
+  if (file_) {
+    WriteToFile(data, count);
+    return;
+  }
   if (static_cast<size_t>(end) > bytes_.size()) {
     if (static_cast<size_t>(end) > bytes_.capacity()) {
       // Grow geometrically so that appending a million records stays linear.
@@ -85,6 +220,33 @@ void ByteStream::WriteRaw(const void* data, size_t count) {
   }
   if (count > 0) std::memcpy(bytes_.data() + position_, data, count);
   position_ = static_cast<int32_t>(end);
+}
+
+void ByteStream::WriteToFile(const void* data, size_t count) {
+  if (!writable_) RaiseError(kErrPathFileAccess);
+  const auto lCount = static_cast<int64_t>(count);
+  int64_t offset = int64_t{position_} - base_;
+  // The window takes bytes that continue or overwrite it; anything else starts a new one at
+  // the position (what the file holds around it stays, a gap reads as zero bytes).
+  if (offset < 0 || offset > windowLength_ || offset + lCount > kFileWindow) {
+    FlushWindow();
+    base_ = position_;
+    windowLength_ = 0;
+    offset = 0;
+  }
+  if (lCount > kFileWindow) {
+    file_->clear();
+    file_->seekp(position_);
+    file_->write(static_cast<const char*>(data), static_cast<std::streamsize>(count));
+    if (file_->fail()) RaiseError(kErrPathFileAccess);
+  } else {
+    if (bytes_.size() < static_cast<size_t>(kFileWindow)) bytes_.resize(kFileWindow);
+    if (count > 0) std::memcpy(bytes_.data() + offset, data, count);
+    windowLength_ = std::max(windowLength_, offset + lCount);
+    dirty_ = true;
+  }
+  position_ = static_cast<int32_t>(position_ + lCount);
+  fileLength_ = std::max(fileLength_, position_);
 }
 
 }  // namespace zyra

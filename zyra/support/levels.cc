@@ -4,6 +4,7 @@
 #include <cmath>
 #include <numbers>
 
+#include "zyra/support/band_power_mean.h"
 #include "zyra/support/calculation.h"
 #include "zyra/support/conversions.h"
 #include "zyra/support/errors.h"
@@ -21,6 +22,39 @@ struct Member {
   double phi;  // phase, rad
   double tau;  // arrival after the earliest of the set, ms
 };
+
+// The band-average coherent energy of the members over omega1..omega2: pair by pair for few
+// members, else as the band mean of the power of their sum (the same value to rounding, in
+// time linear in the members).
+double BandAverageEnergy(const std::vector<Member>& members, double energetic, double omega1,
+                         double omega2) {
+  double span = 0.0;
+  int64_t nSounding = 0;
+  for (const Member& m : members) {
+    if (m.p == 0.0) continue;
+    span = std::max(span, m.tau);  // delays count from the earliest member, 0
+    ++nSounding;
+  }
+  // A pair term of the sum pair by pair takes a sine and a cosine.
+  if (BandPowerMean::IsCheaperThanPairs(nSounding, omega1, omega2, span, 1,
+                                        2.0 * BandPowerMean::kSinCosCost)) {
+    BandPowerMean sum(omega1, omega2, 0.0, span, 1);
+    for (const Member& m : members) {
+      if (m.p != 0.0) sum.Add(m.p, m.phi, m.tau);
+    }
+    return sum.Mean(0);
+  }
+  double cross = 0.0;
+  for (size_t i = 0; i < members.size(); ++i) {
+    for (size_t k = i + 1; k < members.size(); ++k) {
+      const double dPhi = members[i].phi - members[k].phi;
+      const double dTau = members[i].tau - members[k].tau;
+      cross +=
+          members[i].p * members[k].p * BandAverageCos(dPhi - omega1 * dTau, dPhi - omega2 * dTau);
+    }
+  }
+  return energetic + 2.0 * cross;
+}
 
 }  // namespace
 
@@ -79,16 +113,7 @@ int32_t LevelsModule::LVLS_PulsSum(int32_t iBand, int32_t, int32_t, int32_t iMod
   } else if (iMode == kLevelsModeBandAverage) {
     const double omega1 = omega * std::exp2(-1.0 / 6.0);
     const double omega2 = omega * std::exp2(1.0 / 6.0);
-    double cross = 0.0;
-    for (size_t i = 0; i < members.size(); ++i) {
-      for (size_t k = i + 1; k < members.size(); ++k) {
-        const double dPhi = members[i].phi - members[k].phi;
-        const double dTau = members[i].tau - members[k].tau;
-        cross += members[i].p * members[k].p *
-                 BandAverageCos(dPhi - omega1 * dTau, dPhi - omega2 * dTau);
-      }
-    }
-    energy = energetic + 2.0 * cross;
+    energy = BandAverageEnergy(members, energetic, omega1, omega2);
   }
   if (energy <= kCancellationShare * energetic) energy = 0.0;
 

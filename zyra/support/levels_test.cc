@@ -10,6 +10,7 @@
 #include <random>
 
 #include "testing/test_support.h"
+#include "zyra/support/calculation.h"
 #include "zyra/support/errors.h"
 
 namespace zyra {
@@ -124,6 +125,47 @@ TEST(LevelsTest, BandAverageMatchesNumericalAverageOverTheBand) {
     EXPECT_NEAR(std::remainder(dPhase - std::arg(pressureSum(omegaB)), 2 * std::numbers::pi), 0.0,
                 1e-9)
         << "trial " << trial;
+  }
+}
+
+TEST(LevelsTest, LargeGroupsEqualTheirPairByPairSum) {
+  // Enough members over 40 ms that the band mean of the sum's power is taken instead of the
+  // pairs; the pairs, summed here literally, are the reference.
+  std::mt19937 random(5);
+  std::uniform_int_distribution<int> spl(-100, 9000);
+  std::uniform_int_distribution<int> phase(-31416, 31416);
+  std::uniform_real_distribution<double> arrival(5.0, 45.0);
+  std::vector<TestPuls> pulses(600);
+  for (TestPuls& p : pulses) {
+    for (size_t b = 0; b < 22; ++b) {
+      p.spl[b] = static_cast<int16_t>(spl(random));
+      p.phase[b] = static_cast<int16_t>(phase(random));
+    }
+    p.arrival = arrival(random);
+  }
+  const LevelsModule module = Define(pulses);
+  double earliest = pulses[0].arrival;
+  for (const TestPuls& p : pulses) earliest = std::min(earliest, p.arrival);
+  for (const int32_t b : {1, 11, 21}) {
+    const auto s = static_cast<size_t>(b);
+    const double omegaB = BandCentreOmega(b);
+    const double omega1 = omegaB * std::exp2(-1.0 / 6.0);
+    const double omega2 = omegaB * std::exp2(1.0 / 6.0);
+    const auto pressure = [&](const TestPuls& p) {
+      return p.spl[s] > 0 ? std::pow(10.0, p.spl[s] / 2000.0) : 0.0;
+    };
+    double energy = 0.0;
+    for (size_t i = 0; i < pulses.size(); ++i) {
+      energy += pressure(pulses[i]) * pressure(pulses[i]);
+      for (size_t k = i + 1; k < pulses.size(); ++k) {
+        const double dPhi = (pulses[i].phase[s] - pulses[k].phase[s]) * 0.0001;
+        const double dTau = (pulses[i].arrival - earliest) - (pulses[k].arrival - earliest);
+        energy += 2.0 * pressure(pulses[i]) * pressure(pulses[k]) *
+                  BandAverageCos(dPhi - omega1 * dTau, dPhi - omega2 * dTau);
+      }
+    }
+    const double level = Sum(module, b).first;
+    EXPECT_NEAR(std::pow(10.0, level / 10.0), energy, 1e-12 * energy) << "band " << b;
   }
 }
 

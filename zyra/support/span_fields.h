@@ -93,21 +93,19 @@ class SpanFieldWriter {
 // `read(SpanFieldReader&)` and moves the position past the record.
 template <class ReadFields>
 void ReadRecordBytes(ByteStream& cByteStream, int32_t lLength, ReadFields&& read) {
-  if (cByteStream.Remaining() < lLength) RaiseError(kErrPastEnd);
-  const int32_t lStart = cByteStream.GetPosition();
-  SpanFieldReader reader(cByteStream.Bytes().data() + lStart);
+  SpanFieldReader reader(cByteStream.ReadSpan(lLength));
   read(reader);
-  cByteStream.SetPosition(lStart + lLength);
 }
 
-// Writes a record of `lLength` bytes through its Layout in one stream write:
-// `write(SpanFieldWriter&)` fills the record's bytes.
-template <class WriteFields>
+// Writes a record of at most kMaxLength bytes through its Layout in one stream write:
+// `write(SpanFieldWriter&)` fills the record's first `lLength` bytes.
+template <int32_t kMaxLength, class WriteFields>
 void WriteRecordBytes(ByteStream& cByteStream, int32_t lLength, WriteFields&& write) {
-  std::string record(static_cast<size_t>(lLength), '\0');
-  SpanFieldWriter writer(record.data());
+  if (lLength < 0 || lLength > kMaxLength) RaiseError(kErrInvalidCall);
+  char record[kMaxLength] = {};
+  SpanFieldWriter writer(record);
   write(writer);
-  cByteStream.WriteString(record);
+  cByteStream.WriteSpan(reinterpret_cast<const uint8_t*>(record), lLength);
 }
 
 }  // namespace zyra

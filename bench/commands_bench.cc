@@ -1,0 +1,194 @@
+// Whole zyra-rsp commands on a million-pulse file (as `zyra-rsp synth` writes it), each timed
+// next to a plain tool on the same file in the same iteration, with the peak resident memory
+// of the command as the system counts it for the process (what /usr/bin/time -v reports):
+//   eval --json against cat; dump in MB of JSON per second; convert against cp;
+//   eval of a file holding one coherent group of 16,000 members, plain and with interference.
+// Counters are ratios (x_over_y), memory over the file's size (rss_over_file), milliseconds
+// and MB/s. Built only with the host tool.
+#if defined(ZYRA_RSP_EXE)
+
+#include <benchmark/benchmark.h>
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "bench/bench_support.h"
+#include "zyra/rsp/probe_rsp.h"
+
+extern char** environ;
+
+namespace zyra {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct Outcome {
+  double seconds = 0.0;
+  double maxRssBytes = 0.0;
+  int status = -1;
+};
+
+// Runs the command with standard output to sOut (standard input and error from and to
+// /dev/null) and waits for it; its wall time and peak resident memory.
+Outcome Run(const std::vector<std::string>& args, const std::string& sOut = "/dev/null") {
+  std::vector<char*> argv;
+  for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
+  argv.push_back(nullptr);
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_addopen(&actions, 0, "/dev/null", O_RDONLY, 0);
+  posix_spawn_file_actions_addopen(&actions, 1, sOut.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
+  posix_spawn_file_actions_addopen(&actions, 2, "/dev/null", O_WRONLY, 0);
+  Outcome outcome;
+  const auto t0 = Clock::now();
+  pid_t pid = 0;
+  if (posix_spawnp(&pid, argv[0], &actions, nullptr, argv.data(), environ) == 0) {
+    int status = 0;
+    struct rusage usage {};
+    wait4(pid, &status, 0, &usage);
+    outcome.seconds = std::chrono::duration<double>(Clock::now() - t0).count();
+    outcome.maxRssBytes = 1024.0 * static_cast<double>(usage.ru_maxrss);
+    outcome.status = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  }
+  posix_spawn_file_actions_destroy(&actions);
+  return outcome;
+}
+
+// The files, written once per process into a temporary folder, removed at exit.
+class CommandFiles {
+ public:
+  CommandFiles()
+      : folder_(std::filesystem::temp_directory_path().string() + "/zyra-commands-" +
+                std::to_string(::getpid()) + "/") {
+    std::filesystem::create_directories(folder_);
+    Run({ZYRA_RSP_EXE, "synth", "--pulses", "1000000", "--speakers", "16", "-o", Million()});
+    CProbeRspClass group;
+    bench::MakeCoherentGroup(group, 16000);
+    ByteStream out;
+    out.OpenFileForWriting(Group());
+    group.SaveToByteStream(out);
+    out.CloseFile();
+  }
+  ~CommandFiles() {
+    std::error_code ignored;
+    std::filesystem::remove_all(folder_, ignored);
+  }
+  CommandFiles(const CommandFiles&) = delete;
+  CommandFiles& operator=(const CommandFiles&) = delete;
+
+  std::string Million() const { return folder_ + "million.rsp"; }
+  std::string Group() const { return folder_ + "group.rsp"; }
+  std::string Out(const std::string& sName) const { return folder_ + sName; }
+  double Size(const std::string& sPath) const {
+    return static_cast<double>(std::filesystem::file_size(sPath));
+  }
+
+ private:
+  std::string folder_;
+};
+
+CommandFiles& Files() {
+  static CommandFiles files;
+  return files;
+}
+
+void Fail(benchmark::State& state, const Outcome& outcome) {
+  if (outcome.status != 0) state.SkipWithError("a command failed");
+}
+
+void BM_EvalJsonOverCat(benchmark::State& state) {
+  const std::string sFile = Files().Million();
+  double cat = 0.0, eval = 0.0, rss = 0.0;
+  for (auto _ : state) {
+    const Outcome c = Run({"cat", sFile});
+    const Outcome e = Run({ZYRA_RSP_EXE, "eval", sFile, "--json"});
+    Fail(state, c);
+    Fail(state, e);
+    cat += c.seconds;
+    eval += e.seconds;
+    rss = std::max(rss, e.maxRssBytes);
+    state.SetIterationTime(e.seconds);
+  }
+  const auto n = static_cast<double>(state.iterations());
+  state.counters["cat_ms"] = 1000.0 * cat / n;
+  state.counters["eval_ms"] = 1000.0 * eval / n;
+  state.counters["eval_over_cat"] = eval / cat;
+  state.counters["rss_over_file"] = rss / Files().Size(sFile);
+}
+BENCHMARK(BM_EvalJsonOverCat)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+void BM_DumpThroughput(benchmark::State& state) {
+  const std::string sFile = Files().Million();
+  // The size of the JSON, from one run into a file.
+  const std::string sJson = Files().Out("dump.json");
+  Fail(state, Run({ZYRA_RSP_EXE, "dump", sFile}, sJson));
+  const double bytes = Files().Size(sJson);
+  std::filesystem::remove(sJson);
+  double dump = 0.0;
+  for (auto _ : state) {
+    const Outcome d = Run({ZYRA_RSP_EXE, "dump", sFile});
+    Fail(state, d);
+    dump += d.seconds;
+    state.SetIterationTime(d.seconds);
+  }
+  const auto n = static_cast<double>(state.iterations());
+  state.counters["json_MB"] = bytes / 1e6;
+  state.counters["dump_ms"] = 1000.0 * dump / n;
+  state.counters["dump_MBps"] = bytes / 1e6 / (dump / n);
+}
+BENCHMARK(BM_DumpThroughput)->UseManualTime()->Unit(benchmark::kMillisecond)->Iterations(2);
+
+void BM_ConvertOverCp(benchmark::State& state) {
+  const std::string sFile = Files().Million();
+  const std::string sCopy = Files().Out("copy.rsp");
+  const std::string sConverted = Files().Out("converted.rsp");
+  double cp = 0.0, convert = 0.0, rss = 0.0;
+  for (auto _ : state) {
+    const Outcome c = Run({"cp", sFile, sCopy});
+    const Outcome v = Run({ZYRA_RSP_EXE, "convert", sFile, sConverted});
+    Fail(state, c);
+    Fail(state, v);
+    cp += c.seconds;
+    convert += v.seconds;
+    rss = std::max(rss, v.maxRssBytes);
+    state.SetIterationTime(v.seconds);
+  }
+  const auto n = static_cast<double>(state.iterations());
+  state.counters["cp_ms"] = 1000.0 * cp / n;
+  state.counters["convert_ms"] = 1000.0 * convert / n;
+  state.counters["convert_over_cp"] = convert / cp;
+  state.counters["rss_over_file"] = rss / Files().Size(sFile);
+}
+BENCHMARK(BM_ConvertOverCp)->UseManualTime()->Unit(benchmark::kMillisecond)->MinTime(2.0);
+
+// Argument 1: with interference (pot,kin) for the Alcons curves.
+void BM_CoherentGroupEval(benchmark::State& state) {
+  const std::string sFile = Files().Group();
+  std::vector<std::string> args = {ZYRA_RSP_EXE, "eval", sFile, "--json"};
+  if (state.range(0) != 0) {
+    args.push_back("--interference");
+    args.push_back("pot,kin");
+  }
+  double eval = 0.0;
+  for (auto _ : state) {
+    const Outcome e = Run(args);
+    Fail(state, e);
+    eval += e.seconds;
+    state.SetIterationTime(e.seconds);
+  }
+  state.counters["eval_s"] = eval / static_cast<double>(state.iterations());
+  state.counters["file_MB"] = Files().Size(sFile) / 1e6;
+}
+BENCHMARK(BM_CoherentGroupEval)->Arg(0)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+}  // namespace
+}  // namespace zyra
+
+#endif  // ZYRA_RSP_EXE

@@ -1,0 +1,39 @@
+#include "zyra/support/stable_order.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <numeric>
+#include <random>
+#include <vector>
+
+namespace zyra {
+namespace {
+
+TEST(StableOrderTest, EqualsAStableComparisonSortWithNotANumberLast) {
+  // Ties, both zeros, infinities, NaNs of either sign, negative keys, and keys made of Singles
+  // (empty low digits) next to full Doubles.
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const double inf = std::numeric_limits<double>::infinity();
+  std::vector<double> keys = {3.0, -0.0, nan, 0.0, -inf, 1e-300, -nan, inf, 3.0, -2.5, -2.5, 0.0};
+  std::mt19937_64 rng(9);
+  std::uniform_real_distribution<double> spread(-1e3, 1e3);
+  for (int i = 0; i < 5000; ++i) {
+    keys.push_back(i % 3 == 0 ? static_cast<double>(static_cast<float>(spread(rng)))
+                              : std::round(spread(rng)) / 8.0);
+  }
+  std::vector<int32_t> expected(keys.size());
+  std::iota(expected.begin(), expected.end(), 0);
+  std::stable_sort(expected.begin(), expected.end(), [&](int32_t a, int32_t b) {
+    const double x = keys[static_cast<size_t>(a)];
+    const double y = keys[static_cast<size_t>(b)];
+    return !std::isnan(x) && (std::isnan(y) || x < y);
+  });
+  EXPECT_EQ(StableOrderOfKeys(keys), expected);
+  EXPECT_TRUE(StableOrderOfKeys({}).empty());
+}
+
+}  // namespace
+}  // namespace zyra
