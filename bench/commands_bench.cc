@@ -14,7 +14,9 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -187,6 +189,59 @@ void BM_CoherentGroupEval(benchmark::State& state) {
   state.counters["file_MB"] = Files().Size(sFile) / 1e6;
 }
 BENCHMARK(BM_CoherentGroupEval)->Arg(0)->Arg(1)->UseManualTime()->Unit(benchmark::kMillisecond);
+
+// A seating area as `zyra-rsp eval` takes it: 1,000 seats of the demo hall with 3,000 pulses
+// each (ZYRA_BENCH_SEATS sets another number), all named on the command line, rows as CSV, on
+// one job and on two. The one-job run is the baseline of the same run: the two-job run reports
+// its speed-up; both report the command's peak memory, which stays flat in the number of files.
+const std::vector<std::string>& SeatFiles() {
+  static const std::vector<std::string> files = [] {
+    const char* env = std::getenv("ZYRA_BENCH_SEATS");
+    const auto nSeats =
+        static_cast<std::size_t>(env != nullptr ? std::max(1, std::atoi(env)) : 1000);
+    const std::string sDir = Files().Out("seats");
+    Run({ZYRA_RSP_EXE, "synth", "--grid", std::to_string((nSeats + 24) / 25) + ",25", "--pulses",
+         "3000", "-o", sDir});
+    std::vector<std::string> names;
+    for (const auto& entry : std::filesystem::directory_iterator(sDir)) {
+      names.push_back(entry.path().string());
+    }
+    std::sort(names.begin(), names.end());
+    names.resize(std::min(names.size(), nSeats));
+    return names;
+  }();
+  return files;
+}
+
+double g_oneJobSeconds = 0.0;
+
+void BM_SeatingAreaRows(benchmark::State& state) {
+  const std::vector<std::string>& files = SeatFiles();
+  std::vector<std::string> args = {ZYRA_RSP_EXE, "eval", "-j", std::to_string(state.range(0)),
+                                   "--format",   "csv"};
+  args.insert(args.end(), files.begin(), files.end());
+  double seconds = 0.0, rss = 0.0;
+  for (auto _ : state) {
+    const Outcome e = Run(args);
+    Fail(state, e);
+    seconds = e.seconds;
+    rss = e.maxRssBytes;
+    state.SetIterationTime(e.seconds);
+  }
+  const auto nFiles = static_cast<double>(files.size());
+  state.counters["files"] = nFiles;
+  state.counters["files_per_s"] = nFiles / seconds;
+  state.counters["rss_MB"] = rss / 1e6;
+  if (state.range(0) == 1) g_oneJobSeconds = seconds;
+  if (state.range(0) > 1 && g_oneJobSeconds > 0.0)
+    state.counters["speedup"] = g_oneJobSeconds / seconds;
+}
+BENCHMARK(BM_SeatingAreaRows)
+    ->Arg(1)
+    ->Arg(2)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
 
 }  // namespace
 }  // namespace zyra
