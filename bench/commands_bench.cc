@@ -41,6 +41,7 @@ struct Outcome {
 // /dev/null) and waits for it; its wall time and peak resident memory.
 Outcome Run(const std::vector<std::string>& args, const std::string& sOut = "/dev/null") {
   std::vector<char*> argv;
+  argv.reserve(args.size() + 1);
   for (const std::string& arg : args) argv.push_back(const_cast<char*>(arg.c_str()));
   argv.push_back(nullptr);
   posix_spawn_file_actions_t actions;
@@ -175,8 +176,8 @@ void BM_CoherentGroupEval(benchmark::State& state) {
   const std::string sFile = Files().Group();
   std::vector<std::string> args = {ZYRA_RSP_EXE, "eval", sFile, "--json"};
   if (state.range(0) != 0) {
-    args.push_back("--interference");
-    args.push_back("pot,kin");
+    args.emplace_back("--interference");
+    args.emplace_back("pot,kin");
   }
   double eval = 0.0;
   for (auto _ : state) {

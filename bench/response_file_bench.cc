@@ -53,7 +53,7 @@ class SynthFiles {
   const std::string& Folder() const { return folder_; }
   // The file of nPulses pulses over 16 loudspeakers, written on first use.
   std::string Name(int32_t nPulses) {
-    const std::string name = "synth-" + std::to_string(nPulses) + ".rsp";
+    std::string name = "synth-" + std::to_string(nPulses) + ".rsp";
     if (written_.count(nPulses) == 0) {
       CProbeRspClass file;
       testing::SynthOptions options;

@@ -329,38 +329,37 @@ void WritePuls(BufferedText& out, const CPulsClass& p) {
 
 }  // namespace
 
-void WriteDumpJson(std::ostream& stream, const CProbeRspClass& cFile,
-                   const CFileHeaderClass& header, const ReadOutcome& read,
-                   const InitOutcome* init) {
-  BufferedText out(stream);
+void WriteDumpJson(std::ostream& out, const CProbeRspClass& cFile, const CFileHeaderClass& header,
+                   const ReadOutcome& read, const InitOutcome* init) {
+  BufferedText text(out);
   // Everything but the pulses, which are written one by one in their place.
   Json rest = DumpJson(cFile, header, read, init, false);
-  out.Append("{");
+  text.Append("{");
   bool first = true;
   for (const auto& [key, value] : rest.items()) {
-    out.Append(first ? "\n  " : ",\n  ");
-    out.Append(Json(key).dump());
-    out.Append(": ");
+    text.Append(first ? "\n  " : ",\n  ");
+    text.Append(Json(key).dump());
+    text.Append(": ");
     first = false;
     if (key != "pulses") {
-      WriteNested(out, value, 1);
+      WriteNested(text, value, 1);
       continue;
     }
     const CPulsBufferClass& pulses = *cFile.Rsp()->Pulses();
     const int32_t n = pulses.Count();
     if (n == 0) {
-      out.Append("[]");
+      text.Append("[]");
       continue;
     }
-    out.Append("[");
+    text.Append("[");
     for (int32_t i = 1; i <= n; ++i) {
-      out.Append(i == 1 ? "\n    " : ",\n    ");
-      WritePuls(out, pulses.PulsRecord(i));
-      out.FlushIfFull();
+      text.Append(i == 1 ? "\n    " : ",\n    ");
+      WritePuls(text, pulses.PulsRecord(i));
+      text.FlushIfFull();
     }
-    out.Append("\n  ]");
+    text.Append("\n  ]");
   }
-  out.Append("\n}\n");
+  text.Append("\n}\n");
 }
 
 Json DumpJson(const CProbeRspClass& cFile, const CFileHeaderClass& header, const ReadOutcome& read,

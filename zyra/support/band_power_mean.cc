@@ -98,7 +98,10 @@ bool BandPowerMean::IsCheaperThanPairs(int64_t n, double dOmega1, double dOmega2
   const double kappa = 0.5 * std::fabs(dOmega2 - dOmega1) * std::fabs(dSpan);
   if (!(kappa < 1e7 * kPanelRule.kappaLimit)) return false;
   const Layout layout = LayoutFor(dOmega1, dOmega2, dSpan);
-  const double perArrival = kSinCosCost * (layout.m / 2 + 2 + layout.panels / kReanchorPanels) +
+  // Per arrival: the sines and cosines of the half-rule offsets, the rotation and the
+  // re-anchorings, and one update per node and channel.
+  const int32_t nSinCos = layout.m / 2 + 2 + layout.panels / kReanchorPanels;
+  const double perArrival = kSinCosCost * nSinCos +
                             static_cast<double>(layout.m) * layout.panels * std::max(nChannels, 1);
   const auto count = static_cast<double>(n);
   return count * perArrival < 0.5 * count * (count - 1.0) * dPairCost * std::max(nChannels, 1);

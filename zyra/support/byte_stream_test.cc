@@ -2,7 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
 #include <functional>
+#include <iterator>
+#include <string>
+#include <vector>
 
 #include "testing/test_support.h"
 
@@ -79,6 +86,49 @@ TEST(ByteStreamTest, GrowingPastTheLongLimitRaises6AndChangesNothing) {
   EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteString("abc"); }), kErrOverflow);
   EXPECT_EQ(stream.GetLength(), 2);
   EXPECT_EQ(stream.GetPosition(), INT32_MAX - 1);
+}
+
+TEST(ByteStreamTest, AStreamOverAFileHoldsWhatAStreamInMemoryHolds) {
+  // The same writes to both kinds: records across the window's edges, a write longer than the
+  // window, a header filled in afterwards, a gap; then reads across the edges.
+  const std::string sPath = (std::filesystem::temp_directory_path() /
+                             ("zyra-stream-" + std::to_string(::getpid()) + ".bin"))
+                                .string();
+  const auto write = [](ByteStream& s) {
+    s.WriteInt32(0);  // to be filled in
+    for (int32_t i = 0; i < 300000; ++i) s.WriteInt32(i * 7);
+    s.WriteString(std::string(ByteStream::kFileWindow + 3, 'x'));
+    s.WriteText("after");
+    WriteAt(s, 0, [&] { s.WriteInt32(s.GetLength()); });
+    s.SetPosition(s.GetLength() + 5);
+    s.WriteInt16(-2);
+  };
+  ByteStream memory;
+  write(memory);
+  ByteStream file;
+  file.OpenFileForWriting(sPath);
+  write(file);
+  EXPECT_EQ(file.GetLength(), memory.GetLength());
+  file.CloseFile();
+  std::ifstream in(sPath, std::ios::binary);
+  const std::vector<uint8_t> written((std::istreambuf_iterator<char>(in)),
+                                     std::istreambuf_iterator<char>());
+  EXPECT_TRUE(written == memory.GetBytes());
+
+  file.OpenFileForReading(sPath);
+  EXPECT_EQ(file.GetLength(), memory.GetLength());
+  EXPECT_EQ(file.ReadInt32(), memory.GetLength() - 7);
+  for (int32_t i = 0; i < 300000; ++i) ASSERT_EQ(file.ReadInt32(), i * 7) << i;
+  EXPECT_EQ(file.ReadFixedString(ByteStream::kFileWindow + 3).back(), 'x');
+  EXPECT_EQ(file.ReadText(), "after");
+  const int32_t lAt = ByteStream::kFileWindow - 2;  // a copy across a window's edge
+  EXPECT_TRUE(file.CopyBytes(lAt, 9) == memory.CopyBytes(lAt, 9));
+  file.SetPosition(file.GetLength() - 1);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { file.ReadInt16(); }), kErrPastEnd);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { file.WriteInt16(1); }), kErrPathFileAccess);
+  file.CloseFile();
+  std::filesystem::remove(sPath);
+  EXPECT_EQ(testing::ErrorNumberOf([&] { file.OpenFileForReading(sPath); }), kErrPathFileAccess);
 }
 
 }  // namespace

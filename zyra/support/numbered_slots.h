@@ -33,7 +33,8 @@ namespace zyra {
 //
 // Because Get may move a record, even const calls on one object must not run on two threads
 // at once (distinct objects may), and a reference from At is valid only until the next Get of
-// that slot or the next change of shape (Set, Swap, Refill, Resize, Rearrange).
+// that slot or the next change of shape (Set, Swap, Append beyond Reserve, Refill, Resize,
+// Rearrange).
 template <class T>
 class NumberedSlots {
  public:
