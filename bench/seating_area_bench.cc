@@ -1,9 +1,13 @@
 // A seating area evaluated as `zyra-rsp eval` does it: 1,000 seats of the demo hall with 3,000
 // pulses each, read, prepared, evaluated and written as CSV rows, on one thread and on two. The
-// one-thread run is the baseline of the same run: the two-thread run reports its speed-up.
+// one-thread run is the baseline of the same run: the two-thread run reports its speed-up. Two
+// processes, each a plain loop over half of the seats, show what the machine itself allows
+// (other work on it, cores that share a physical one) in the same run.
 //
 // ZYRA_BENCH_SEATS sets another number of seats (the files take 450 kB each).
 #include <benchmark/benchmark.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -90,9 +94,52 @@ void BM_SeatingAreaRows(benchmark::State& state) {
   if (nJobs == 1) g_oneJobSeconds = seconds;
   if (nJobs > 1 && g_oneJobSeconds > 0.0) state.counters["speedup"] = g_oneJobSeconds / seconds;
 }
+// Rows of files [first, last) in a plain loop, without the pipeline; the number that failed.
+int64_t PlainRows(const std::vector<std::string>& files, std::size_t first, std::size_t last) {
+  const tool::RowSchema schema(tool::RowBands::kNone);
+  NullBuffer sink;
+  std::ostream out(&sink);
+  tool::RowWriter writer(out, schema, tool::RowFormat::kCsv);
+  int64_t nFailed = 0;
+  for (std::size_t i = first; i < last; ++i) {
+    const tool::ReceiverRow row = tool::EvaluateReceiverRow(files[i], schema, {});
+    nFailed += row.eStatus == tool::RowStatus::kOk ? 0 : 1;
+    writer.Write(row);
+  }
+  writer.End();
+  return nFailed;
+}
+
+// Half of the seats in a child process, the other half here, at the same time. The child has
+// only the thread that forked it, so both halves run without the thread pool.
+void BM_SeatingAreaTwoProcesses(benchmark::State& state) {
+  const SeatingArea& area = Seats();
+  const std::size_t half = area.files.size() / 2;
+  double seconds = 0.0;
+  bool bFailed = false;
+  for (auto _ : state) {
+    const auto start = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) _exit(PlainRows(area.files, 0, half) == 0 ? 0 : 1);
+    bFailed = child < 0 || PlainRows(area.files, half, area.files.size()) != 0;
+    int status = 0;
+    bFailed = bFailed || waitpid(child, &status, 0) != child || !WIFEXITED(status) ||
+              WEXITSTATUS(status) != 0;
+    seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
+    state.SetIterationTime(seconds);
+  }
+  if (bFailed) state.SkipWithError("a half failed");
+  state.counters["files_per_s"] = static_cast<double>(area.files.size()) / seconds;
+  if (g_oneJobSeconds > 0.0) state.counters["speedup"] = g_oneJobSeconds / seconds;
+}
+
 BENCHMARK(BM_SeatingAreaRows)
     ->Arg(1)
     ->Arg(2)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_SeatingAreaTwoProcesses)
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kMillisecond);
