@@ -17,4 +17,5 @@ cmake -S . -B build-san -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_COMPILER="$san_cxx"
 cmake --build build-san -j "$jobs"
 cd build-san
 ASAN_OPTIONS=detect_leaks=1:abort_on_error=0 UBSAN_OPTIONS=print_stacktrace=1 \
+  LSAN_OPTIONS="suppressions=$PWD/../scripts/lsan-suppressions.txt" \
   ctest --output-on-failure -j "$jobs"
