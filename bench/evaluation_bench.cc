@@ -48,15 +48,7 @@ std::unique_ptr<CProbeRspClass> MakeFile(int32_t nPulses, int32_t nSpeakers, flo
     rsp.LspInfo(j)->SetIsActive(true);
     rsp.LspInfo(j)->SetPulsNr(j);
   }
-  CETCInfoClass& etc = *file->ETC();
-  etc.SettSplit(20.0F);
-  etc.SettDiff(30.0F);
-  etc.SetVolume(5000.0F);
-  for (int32_t b = 1; b <= 21; ++b) {
-    etc.SetAbsorp(b, 0.25F);
-    etc.SetPower(b, 95.0F);
-    etc.SetRTime(b, 1.8F);
-  }
+  bench::FillBenchRoom(*file);
   file->ProbeInfo()->SetPrBandWidth(1);
   return file;
 }
