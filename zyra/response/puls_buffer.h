@@ -6,7 +6,6 @@
 #include <memory>
 #include <span>
 #include <string>
-#include <utility>
 
 #include "zyra/response/puls.h"
 #include "zyra/support/busy_indicator.h"
@@ -62,12 +61,6 @@ class CPulsBufferClass {
   // size: a sort or a removal in one pass. Each source in 1..Count at most once (error 9
   // otherwise); references handed out follow their pulses. The statistics stay as they are.
   void Rearrange(std::span<const int32_t> laFrom) { slots_.Rearrange(laFrom); }
-  // The same, calling visit(pulse) once for every pulse that stays, in its new place; visit
-  // must not throw.
-  template <class Visit>
-  void Rearrange(std::span<const int32_t> laFrom, Visit&& visit) {
-    slots_.Rearrange(laFrom, std::forward<Visit>(visit));
-  }
 
   // Discards all pulses, makes nPls fresh ones and resets every statistic, DataOrigin and
   // SpeakerPhaseWasAdded included. Error 5 for a negative count.

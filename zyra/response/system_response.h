@@ -184,18 +184,12 @@ class CSystemResponse {
   ReadSurvey SurveyAfterRead(bool bWithIDRanges);
   // ComputePseudoPulses looking only where the survey says (every pulse without one).
   void ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey);
-  // AddSpeakerPhases (with bAddPhases) and TrainSortPulses in one walk; with bThenSwitch,
-  // SwitchAndNormalizePulses after it, done as the sort moves the pulses.
-  bool AddPhasesAndSort(bool bAddPhases, bool bThenSwitch, BusyIndicator* cBusy);
-  // AddSpeakerPhases (with bAddPhases), TrainSortPulses, SetActiveLspPulses and
-  // NormalizePulsFlags from the survey's arrivals, the first and last two done as the sort moves
-  // the pulses.
-  bool SortSurveyed(ReadSurvey& survey, bool bAddPhases, BusyIndicator* cBusy);
+  // AddSpeakerPhases (with bAddPhases) and TrainSortPulses in one walk.
+  bool AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy);
   // SetActiveLspPulses and NormalizePulsFlags in one walk.
   void SwitchAndNormalizePulses();
   // What those steps do to one pulse.
   void SwitchByLoudspeaker(CPulsClass& puls) const;
-  static void SwitchByLoudspeaker(const CLspInfoClass& lsp, CPulsClass& puls);
   static void NormalizePulsRole(CPulsClass& puls);
   static void SetCoherenceRole(CPulsClass& puls);
   static void SetPseudoRole(CPulsClass& puls);

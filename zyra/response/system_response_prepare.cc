@@ -113,12 +113,6 @@ struct CSystemResponse::ReadSurvey {
   // them and the direct sounds the steps in between change.
   std::vector<int32_t> laPseudoReflections;
   std::vector<int32_t> laGroupedReflections;
-  // With bWithArrivals: every pulse's arrival and whether it is a direct sound with a
-  // loudspeaker (element p - 1 for pulse p), as the sort will see them but for the direct
-  // sounds of loudspeakers, which the steps in between may change.
-  bool bWithArrivals = false;
-  std::vector<double> daArrival;
-  std::vector<uint8_t> isDirect;
 };
 
 int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool bCorrectBadBundles,
@@ -129,7 +123,7 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
   // takes the ID ranges and notes the pulses the pseudo reflections concern; one adds the
   // speaker phases and takes the arrivals for the sort; one switches pulses off and makes
   // their roles exclusive. Each gives what the steps one after the other give.
-  ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles);
+  const ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles);
   if (bCorrectBadBundles) {
     CorrectBadBundles();
     Pulses()->UpdateMaxOrderAndID();
@@ -138,14 +132,10 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
     RebuildCoherenceGroups(sErrorMessage);
     ComputePseudoPulses(cBusy, bCorrectBadBundles ? nullptr : &survey);
   }
-  // A failed sort leaves the pulses usable: the remaining steps run all the same. The pulses
-  // are switched and normalised as the sort moves them (or after it, where nothing moves);
-  // NormalizeLspFlags changes nothing those steps read.
-  const bool bAddPhases = !Pulses()->SpeakerPhaseWasAdded();
-  const bool bSorted = survey.bWithArrivals && !bCorrectBadBundles
-                           ? SortSurveyed(survey, bAddPhases, cBusy)
-                           : AddPhasesAndSort(bAddPhases, true, cBusy);
+  // A failed sort leaves the pulses usable: the remaining steps run all the same.
+  const bool bSorted = AddPhasesAndSort(!Pulses()->SpeakerPhaseWasAdded(), cBusy);
   NormalizeLspFlags();
+  SwitchAndNormalizePulses();
   return bSorted ? 0 : -1;
 }
 
@@ -155,15 +145,6 @@ CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges)
   const int32_t nLsp = infos.Count();
   const int32_t nPuls = pulses.Count();
   ReadSurvey survey;
-  // Arrivals too, where the sort's own walk would find every loudspeaker record there is.
-  survey.bWithArrivals = bWithIDRanges;
-  for (int32_t i = 0; i <= nLsp && survey.bWithArrivals; ++i) {
-    survey.bWithArrivals = infos.FindLspInfo(i) != nullptr;
-  }
-  if (survey.bWithArrivals) {
-    survey.daArrival.resize(Slot(nPuls));
-    survey.isDirect.resize(Slot(nPuls));
-  }
   std::vector<uint8_t> used(Slot(nLsp) + 1, 0);
   std::vector<int32_t> laLastDirect(Slot(nLsp) + 1, 0);
   int32_t lMaxOrder = 0;
@@ -188,10 +169,6 @@ CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges)
     if (lOrder >= 1) {
       if (puls.IsPseudo() && puls.ID() != 0) survey.laPseudoReflections.push_back(p);
       if (puls.ID_Pseudo() != 0) survey.laGroupedReflections.push_back(p);
-    }
-    if (survey.bWithArrivals) {
-      survey.daArrival[Slot(p - 1)] = PulsArrival(puls);
-      survey.isDirect[Slot(p - 1)] = lOrder == 0 && lOrigin != 0 ? 1 : 0;
     }
   }
   const std::vector<int32_t> laNewNumber = RemoveLspInfosNotUsed(used);
@@ -643,14 +620,12 @@ void CSystemResponse::SetActiveLspPulses() {
 }
 
 void CSystemResponse::SwitchByLoudspeaker(CPulsClass& puls) const {
-  if (const CLspInfoClass* lsp = OriginLsp(puls.Origin())) SwitchByLoudspeaker(*lsp, puls);
-}
-
-void CSystemResponse::SwitchByLoudspeaker(const CLspInfoClass& lsp, CPulsClass& puls) {
-  if (lsp.IsActive() && puls.IsLspOff()) {
+  const CLspInfoClass* lsp = OriginLsp(puls.Origin());
+  if (lsp == nullptr) return;
+  if (lsp->IsActive() && puls.IsLspOff()) {
     puls.SetIsInactive(false);
     puls.SetIsLspOff(false);
-  } else if (!lsp.IsActive() && !puls.IsInactive()) {
+  } else if (!lsp->IsActive() && !puls.IsInactive()) {
     puls.SetIsLspOff(true);
     puls.SetIsInactive(true);
   }
@@ -740,16 +715,11 @@ void CSystemResponse::SortPulsesSimple() {
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
-  return AddPhasesAndSort(false, false, cBusy);
+  return AddPhasesAndSort(false, cBusy);
 }
 
-bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, bool bThenSwitch, BusyIndicator* cBusy) {
+bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy) {
   CPulsBufferClass& pulses = *Pulses();
-  // Without a move to do it on the way, the pulses are switched and normalised in a walk.
-  const auto done = [&](bool bSorted) {
-    if (bThenSwitch) SwitchAndNormalizePulses();
-    return bSorted;
-  };
   const int32_t nPuls = pulses.Count();
   const auto goOn = [&](double dFraction) {
     return cBusy == nullptr ||
@@ -783,110 +753,26 @@ bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, bool bThenSwitch, BusyIn
     if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
     pulses.SetSpeakerPhaseWasAdded(true);
   }
-  if (bCancelled) return done(false);
+  if (bCancelled) return false;
   // A stable sort: ascending, not-a-number last, ties in pulse order.
   std::vector<int32_t> laOrder = bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(daArrival);
   daArrival = std::vector<double>();
   // The last chance to cancel: nothing has moved yet.
-  if (!goOn(1.0)) return done(false);
+  if (!goOn(1.0)) return false;
 
   // The pulses themselves move into arrival order, so that every walk after the sort reads
   // them in sequence. Then each loudspeaker is linked to its direct sound as
   // LinkLspInfosToDirectPulses would: the last in the new order wins.
   if (bInOrder) {
     for (const int32_t p : laDirect) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
-    return done(true);
+    return true;
   }
   std::vector<uint8_t> isDirect(Slot(nPuls), 0);
   for (const int32_t p : laDirect) isDirect[Slot(p - 1)] = 1;
   for (int32_t& p : laOrder) ++p;
-  if (bThenSwitch) {
-    // The walk above found every Origin's record, so the look-up here cannot fail.
-    const CLspInfoBufferClass& infos = *LspInfos();
-    pulses.Rearrange(laOrder, [&infos](CPulsClass& puls) {
-      if (puls.Origin() != 0) SwitchByLoudspeaker(*infos.FindLspInfo(puls.Origin()), puls);
-      NormalizePulsRole(puls);
-    });
-  } else {
-    pulses.Rearrange(laOrder);
-  }
+  pulses.Rearrange(laOrder);
   for (int32_t q = 1; q <= nPuls; ++q) {
     if (isDirect[Slot(laOrder[Slot(q - 1)] - 1)] == 0) continue;
-    OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
-  }
-  return true;
-}
-
-bool CSystemResponse::SortSurveyed(ReadSurvey& survey, bool bAddPhases, BusyIndicator* cBusy) {
-  CPulsBufferClass& pulses = *Pulses();
-  const CLspInfoBufferClass& infos = *LspInfos();
-  const int32_t nPuls = pulses.Count();
-  const auto goOn = [&](double dFraction) {
-    return cBusy == nullptr ||
-           cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
-  };
-  // The phases are added as the pulses are finished below; their progress opens the step.
-  if (bAddPhases && cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 0.0, kBusyInterval);
-  // The surveyed arrivals, brought up to date for the loudspeakers' direct sounds (the only
-  // pulses whose Origin or ROrder the steps since the survey change).
-  for (int32_t i = 1; i <= infos.Count(); ++i) {
-    const int32_t p = infos.LspInfoRecord(i).PulsNr();
-    if (p < 1 || p > nPuls) continue;
-    const CPulsClass& puls = pulses.PulsRecord(p);
-    survey.daArrival[Slot(p - 1)] = PulsArrival(puls);
-    survey.isDirect[Slot(p - 1)] = puls.ROrder() == 0 && puls.Origin() != 0 ? 1 : 0;
-  }
-  bool bInOrder = true;
-  for (int32_t p = 2; p <= nPuls && bInOrder; ++p) {
-    bInOrder = !ArrivesEarlier(survey.daArrival[Slot(p - 1)], survey.daArrival[Slot(p - 2)]);
-  }
-  // What AddSpeakerPhases, SetActiveLspPulses and NormalizePulsFlags do to a pulse; the survey
-  // found every Origin's record.
-  const auto finish = [&infos, bAddPhases](CPulsClass& puls) {
-    if (puls.Origin() != 0) {
-      const CLspInfoClass& lsp = *infos.FindLspInfo(puls.Origin());
-      if (bAddPhases) puls.AddToPhases(lsp.Phases());
-      SwitchByLoudspeaker(lsp, puls);
-    }
-    NormalizePulsRole(puls);
-  };
-  const auto finishInPlace = [&] {
-    for (int32_t p = 1; p <= nPuls; ++p) finish(pulses.PulsRecord(p));
-    if (bAddPhases) {
-      if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
-      pulses.SetSpeakerPhaseWasAdded(true);
-    }
-  };
-  // A stable sort: ascending, not-a-number last, ties in pulse order. A cancel leaves the
-  // order as it is, the phases and switches are done all the same.
-  if (!goOn(0.5)) {
-    finishInPlace();
-    return false;
-  }
-  std::vector<int32_t> laOrder =
-      bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(survey.daArrival);
-  survey.daArrival = std::vector<double>();
-  if (!goOn(1.0)) {
-    finishInPlace();
-    return false;
-  }
-  if (bInOrder) {
-    finishInPlace();
-    for (int32_t p = 1; p <= nPuls; ++p) {
-      if (survey.isDirect[Slot(p - 1)] != 0) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
-    }
-    return true;
-  }
-  // The pulses move into arrival order and are finished on the way; then each loudspeaker is
-  // linked to its direct sound, the last in the new order winning.
-  for (int32_t& p : laOrder) ++p;
-  pulses.Rearrange(laOrder, finish);
-  if (bAddPhases) {
-    if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
-    pulses.SetSpeakerPhaseWasAdded(true);
-  }
-  for (int32_t q = 1; q <= nPuls; ++q) {
-    if (survey.isDirect[Slot(laOrder[Slot(q - 1)] - 1)] == 0) continue;
     OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
   }
   return true;

@@ -149,13 +149,6 @@ class NumberedSlots {
   // the slots no source names are dropped. The records move in place, so that sorting a
   // million records needs no second copy of them.
   void Rearrange(std::span<const int32_t> laFrom) {
-    Rearrange(laFrom, [](T&) {});
-  }
-  // The same, calling visit(record) once for every record that keeps a slot, in its new place
-  // (records of empty slots aside): moving a million records brings each one into the cache,
-  // so a step that changes every record costs little more there. visit must not throw.
-  template <class Visit>
-  void Rearrange(std::span<const int32_t> laFrom, Visit&& visit) {
     const auto nOld = static_cast<size_t>(Count());
     if (laFrom.size() > nOld) RaiseError(kErrSubscript);
     // The whole permutation of 1..nOld: the sources named first, the unnamed ones behind them
@@ -174,17 +167,10 @@ class NumberedSlots {
     for (size_t s = 1; s <= nOld; ++s) {
       if (done[s] == 0) source[next++] = static_cast<int32_t>(s);
     }
+    for (size_t j = 0; j <= nOld; ++j)
+      done[j] = static_cast<uint8_t>(static_cast<size_t>(source[j]) == j ? 1 : 0);
+    MoveAlongCycles(source, done);
     const size_t n = laFrom.size() + 1;
-    const auto visitSlot = [&](size_t j) {
-      if (j == 0 || j >= n || kinds_[j] == kEmpty) return;
-      visit(kinds_[j] == kInArray ? records_[j] : *shared_[j]);
-    };
-    for (size_t j = 0; j <= nOld; ++j) {
-      const bool bStays = static_cast<size_t>(source[j]) == j;
-      done[j] = static_cast<uint8_t>(bStays ? 1 : 0);
-      if (bStays) visitSlot(j);
-    }
-    MoveAlongCycles(source, done, visitSlot);
     records_.resize(n);
     kinds_.resize(n);
     if (!shared_.empty()) shared_.resize(n);
@@ -213,9 +199,7 @@ class NumberedSlots {
   // slots are listed in order. The records then move along the lists, each piece's last slot
   // taking the record that the start it met held at first (set aside beforehand), and with the
   // slots known ahead, the records needed next are asked for before they are needed.
-  template <class VisitSlot>
-  void MoveAlongCycles(const std::vector<int32_t>& source, std::vector<uint8_t>& done,
-                       VisitSlot&& visitSlot) {
+  void MoveAlongCycles(const std::vector<int32_t>& source, std::vector<uint8_t>& done) {
     struct Piece {
       size_t begin = 0;  // the piece's slots: path[begin .. end - 1]
       size_t end = 0;
@@ -274,14 +258,12 @@ class NumberedSlots {
         records_[at(i)] = std::move(records_[at(i + 1)]);
         kinds_[at(i)] = kinds_[at(i + 1)];
         if (!shared_.empty()) shared_[at(i)] = std::move(shared_[at(i + 1)]);
-        visitSlot(at(i));
       }
       const size_t last = at(piece.end - 1);
       const size_t met = startOf.at(source[last]);
       records_[last] = std::move(startRecords[met]);
       kinds_[last] = startKinds[met];
       if (!shared_.empty()) shared_[last] = std::move(startShared[met]);
-      visitSlot(last);
     }
   }
 
