@@ -3,6 +3,8 @@
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <utility>
 
 #include "zyra/support/errors.h"
 
@@ -32,7 +34,8 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
   const size_t n = daKeys.size();
   std::vector<int32_t> order(n);
   if (n == 0) return order;
-  std::vector<uint64_t> keys(n);
+  // Scratch that every pass overwrites whole: made without clearing it first.
+  const auto keys = std::make_unique_for_overwrite<uint64_t[]>(n);
   uint64_t varying = 0;  // the bits in which some key differs from the first
   for (size_t i = 0; i < n; ++i) {
     keys[i] = OrderedBits(daKeys[i]);
@@ -56,7 +59,9 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
       ++counts[static_cast<size_t>(d) * buckets + ((keys[i] >> (lo + d * digitBits)) & mask)];
     }
   }
-  std::vector<uint64_t> nextKeys(n);
+  const auto nextKeysStore = std::make_unique_for_overwrite<uint64_t[]>(n);
+  uint64_t* current = keys.get();
+  uint64_t* next = nextKeysStore.get();
   std::vector<int32_t> nextOrder(n);
   for (int d = 0; d < passes; ++d) {
     size_t* count = counts.data() + static_cast<size_t>(d) * buckets;
@@ -68,11 +73,11 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
     }
     const int shift = lo + d * digitBits;
     for (size_t i = 0; i < n; ++i) {
-      const size_t to = count[(keys[i] >> shift) & mask]++;
-      nextKeys[to] = keys[i];
+      const size_t to = count[(current[i] >> shift) & mask]++;
+      next[to] = current[i];
       nextOrder[to] = order[i];
     }
-    keys.swap(nextKeys);
+    std::swap(current, next);
     order.swap(nextOrder);
   }
   return order;
