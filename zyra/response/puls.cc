@@ -1,5 +1,6 @@
 #include "zyra/response/puls.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "zyra/support/calculation.h"
@@ -43,11 +44,23 @@ int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
 
 void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
   std::array<int16_t, 22>& phases = phase_.Values();
-  for (size_t b = 1; b <= 21; ++b) {
-    // Sums within +-31415 need no wrapping (see AddPhases): the common case, without a call.
-    const int32_t lSum = int32_t{phases[b]} + int32_t{iaPhase[b - 1]};
-    phases[b] = lSum >= -31415 && lSum <= 31415 ? static_cast<int16_t>(lSum)
-                                                : AddPhases(phases[b], iaPhase[b - 1]);
+  // Sums within +-31415 need no wrapping (see AddPhases): when all bands' are, all are stored
+  // at once; otherwise band by band, calling AddPhases for those that wrap.
+  std::array<int32_t, 21> sums{};
+  int32_t lLow = 0;
+  int32_t lHigh = 0;
+  for (size_t b = 0; b < sums.size(); ++b) {
+    sums[b] = int32_t{phases[b + 1]} + int32_t{iaPhase[b]};
+    lLow = std::min(lLow, sums[b]);
+    lHigh = std::max(lHigh, sums[b]);
+  }
+  if (lLow >= -31415 && lHigh <= 31415) {
+    for (size_t b = 0; b < sums.size(); ++b) phases[b + 1] = static_cast<int16_t>(sums[b]);
+    return;
+  }
+  for (size_t b = 0; b < sums.size(); ++b) {
+    const bool bInRange = sums[b] >= -31415 && sums[b] <= 31415;
+    phases[b + 1] = bInRange ? static_cast<int16_t>(sums[b]) : AddPhases(phases[b + 1], iaPhase[b]);
   }
 }
 

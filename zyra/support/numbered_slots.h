@@ -205,6 +205,7 @@ class NumberedSlots {
       size_t end = 0;
     };
     std::vector<int32_t> path;
+    path.reserve(done.size());
     std::vector<Piece> pieces;
     struct Chain {
       std::vector<int32_t> slots;

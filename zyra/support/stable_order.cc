@@ -1,9 +1,10 @@
 #include "zyra/support/stable_order.h"
 
-#include <array>
 #include <bit>
 #include <cmath>
 #include <limits>
+#include <memory>
+#include <utility>
 
 #include "zyra/support/errors.h"
 
@@ -20,11 +21,9 @@ uint64_t OrderedBits(double key) {
   return (bits >> 63) != 0 ? ~bits : bits | (uint64_t{1} << 63);
 }
 
-// Digits of 11 bits: six passes at most, of which arrivals (made of Singles, within a few
-// binary orders of magnitude) need three or four, with counts that stay in the cache.
-constexpr int kDigitBits = 11;
-constexpr int kDigits = (64 + kDigitBits - 1) / kDigitBits;
-constexpr size_t kBuckets = size_t{1} << kDigitBits;
+// At most 2^11 buckets per pass, so that the counts and the pass's write positions stay in the
+// cache.
+constexpr int kMaxDigitBits = 11;
 
 }  // namespace
 
@@ -33,37 +32,52 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
     RaiseError(kErrOverflow);
   }
   const size_t n = daKeys.size();
-  std::vector<uint64_t> keys(n);
   std::vector<int32_t> order(n);
-  std::array<std::array<size_t, kBuckets>, kDigits> counts{};
+  if (n == 0) return order;
+  // Scratch that every pass overwrites whole: made without clearing it first.
+  const auto keys = std::make_unique_for_overwrite<uint64_t[]>(n);
+  uint64_t varying = 0;  // the bits in which some key differs from the first
   for (size_t i = 0; i < n; ++i) {
     keys[i] = OrderedBits(daKeys[i]);
     order[i] = static_cast<int32_t>(i);
-    for (int d = 0; d < kDigits; ++d) ++counts[d][(keys[i] >> (d * kDigitBits)) & (kBuckets - 1)];
+    varying |= keys[i] ^ keys[0];
   }
-  // Least significant digit first; each pass is stable, so equal keys keep their order. A
-  // digit that all keys share moves nothing and is skipped (arrivals made from Singles leave
-  // the low digits of a Double empty).
-  std::vector<uint64_t> nextKeys(n);
+  if (varying == 0) return order;
+  // Least significant digit first, over the bits that vary only, in as few passes as digits of
+  // kMaxDigitBits allow (arrivals made of Singles, within a few binary orders of magnitude,
+  // vary in about thirty bits: three passes). Each pass is stable, so equal keys keep their
+  // order.
+  const int lo = std::countr_zero(varying);
+  const int width = 64 - std::countl_zero(varying) - lo;
+  const int passes = (width + kMaxDigitBits - 1) / kMaxDigitBits;
+  const int digitBits = (width + passes - 1) / passes;
+  const size_t buckets = size_t{1} << digitBits;
+  const uint64_t mask = buckets - 1;
+  std::vector<size_t> counts(buckets * static_cast<size_t>(passes), 0);
+  for (size_t i = 0; i < n; ++i) {
+    for (int d = 0; d < passes; ++d) {
+      ++counts[static_cast<size_t>(d) * buckets + ((keys[i] >> (lo + d * digitBits)) & mask)];
+    }
+  }
+  const auto nextKeysStore = std::make_unique_for_overwrite<uint64_t[]>(n);
+  uint64_t* current = keys.get();
+  uint64_t* next = nextKeysStore.get();
   std::vector<int32_t> nextOrder(n);
-  for (int d = 0; d < kDigits; ++d) {
-    std::array<size_t, kBuckets>& count = counts[d];
-    bool bShared = false;
-    for (const size_t c : count) bShared = bShared || c == n;
-    if (bShared) continue;
+  for (int d = 0; d < passes; ++d) {
+    size_t* count = counts.data() + static_cast<size_t>(d) * buckets;
     size_t start = 0;
-    for (size_t& c : count) {
-      const size_t here = c;
-      c = start;
+    for (size_t b = 0; b < buckets; ++b) {
+      const size_t here = count[b];
+      count[b] = start;
       start += here;
     }
-    const int shift = d * kDigitBits;
+    const int shift = lo + d * digitBits;
     for (size_t i = 0; i < n; ++i) {
-      const size_t to = count[(keys[i] >> shift) & (kBuckets - 1)]++;
-      nextKeys[to] = keys[i];
+      const size_t to = count[(current[i] >> shift) & mask]++;
+      next[to] = current[i];
       nextOrder[to] = order[i];
     }
-    keys.swap(nextKeys);
+    std::swap(current, next);
     order.swap(nextOrder);
   }
   return order;

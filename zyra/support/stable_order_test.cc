@@ -24,14 +24,19 @@ TEST(StableOrderTest, EqualsAStableComparisonSortWithNotANumberLast) {
     keys.push_back(i % 3 == 0 ? static_cast<double>(static_cast<float>(spread(rng)))
                               : std::round(spread(rng)) / 8.0);
   }
-  std::vector<int32_t> expected(keys.size());
-  std::iota(expected.begin(), expected.end(), 0);
-  std::stable_sort(expected.begin(), expected.end(), [&](int32_t a, int32_t b) {
-    const double x = keys[static_cast<size_t>(a)];
-    const double y = keys[static_cast<size_t>(b)];
-    return !std::isnan(x) && (std::isnan(y) || x < y);
-  });
-  EXPECT_EQ(StableOrderOfKeys(keys), expected);
+  // And keys differing in a few middle bits only, as arrivals of a response do.
+  std::vector<double> narrow;
+  for (int i = 0; i < 5000; ++i) narrow.push_back(300.0 + static_cast<double>(rng() % 900) / 1024);
+  for (const std::vector<double>* set : {&keys, &narrow}) {
+    std::vector<int32_t> expected(set->size());
+    std::iota(expected.begin(), expected.end(), 0);
+    std::stable_sort(expected.begin(), expected.end(), [&](int32_t a, int32_t b) {
+      const double x = (*set)[static_cast<size_t>(a)];
+      const double y = (*set)[static_cast<size_t>(b)];
+      return !std::isnan(x) && (std::isnan(y) || x < y);
+    });
+    EXPECT_EQ(StableOrderOfKeys(*set), expected);
+  }
   EXPECT_TRUE(StableOrderOfKeys({}).empty());
 }
 
