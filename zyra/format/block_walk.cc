@@ -95,6 +95,14 @@ BlockWalk::BlockWalk(std::span<const uint8_t> bytes)
           },
           static_cast<int64_t>(bytes.size())) {}
 
+BlockWalk::BlockWalk(ByteStream& stream)
+    : BlockWalk(
+          [&stream](int64_t lOffset, std::span<uint8_t> out) {
+            stream.CopyBytesTo(static_cast<int32_t>(lOffset), out);
+            return true;
+          },
+          stream.GetLength()) {}
+
 BlockWalk::BlockWalk(std::istream& file, int64_t lFileSize)
     : BlockWalk(
           [&file](int64_t lOffset, std::span<uint8_t> out) {

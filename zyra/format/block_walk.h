@@ -102,6 +102,9 @@ class BlockWalk {
  public:
   // Walks a file image in memory; the bytes must outlive the walk.
   explicit BlockWalk(std::span<const uint8_t> bytes);
+  // Walks the content of a stream, in memory or over a file; the stream must outlive the walk.
+  // Its position does not move.
+  explicit BlockWalk(ByteStream& stream);
   // Walks a file the caller has opened, lFileSize bytes long, reading only its headers. The
   // stream must outlive the walk; its position is moved.
   BlockWalk(std::istream& file, int64_t lFileSize);

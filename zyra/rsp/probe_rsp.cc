@@ -23,30 +23,10 @@ constexpr int16_t kRTTypeLocal = 19;
 
 const std::string kCRLF = "\r\n";
 
-// The whole of an open file as bytes: error 6 when it is longer than a stream can hold, 62
-// when it ends before its length, 75 when it cannot be read.
-std::vector<uint8_t> LoadStreamBytes(std::istream& file) {
-  file.clear();
-  file.seekg(0, std::ios::end);
-  const std::streamoff length = file.tellg();
-  if (length < 0) RaiseError(kErrPathFileAccess);
-  if (length > ByteStream::kMaxLength) RaiseError(kErrOverflow);
-  std::vector<uint8_t> bytes(static_cast<size_t>(length));
-  file.seekg(0, std::ios::beg);
-  if (bytes.empty()) return bytes;
-  file.read(reinterpret_cast<char*>(bytes.data()), static_cast<std::streamsize>(length));
-  if (file.bad()) RaiseError(kErrPathFileAccess);
-  if (file.gcount() != static_cast<std::streamsize>(length)) RaiseError(kErrPastEnd);
-  return bytes;
-}
-
-// Loads the file folder + name into `stream`; it stays empty when the file does not exist (a
-// folder is no file).
+// Makes `stream` stand for the file folder + name, read a window at a time; it stays empty when
+// the file does not exist (a folder is no file).
 void OpenResponseFile(ByteStream& stream, const std::string& sPath, const std::string& sFile) {
-  if (!FileExists(sPath, sFile)) return;
-  std::ifstream file(sPath + sFile, std::ios::binary);
-  if (!file) RaiseError(kErrPathFileAccess);
-  stream.LoadFromBytes(LoadStreamBytes(file));
+  if (FileExists(sPath, sFile)) stream.OpenFileForReading(sPath + sFile);
 }
 
 std::string ReadErrorMessage(const std::string& sDescription, const std::string& sFile) {
@@ -219,7 +199,7 @@ int32_t CProbeRspClass::ReadRSPStream(std::istream& cFile, const std::string& sP
   return GuardedRead(sFile, sErrorMessage, [&] {
     EmptyModel(cBusy);  // also when the file cannot be loaded
     ByteStream stream;
-    stream.LoadFromBytes(LoadStreamBytes(cFile));
+    stream.ReadFromOpenFile(cFile);
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });
@@ -255,7 +235,7 @@ int32_t CProbeRspClass::ReadImage(ByteStream& stream, const std::string& sPath,
                                   Logger* cReadLogger) {
   sErrorMessage.clear();
   EmptyModel(cBusy);
-  BlockWalk walk(stream.Bytes());
+  BlockWalk walk(stream);
   // An absent or empty file is an empty response, not an error.
   if (walk.Verdict() == FileVerdict::kEmpty) return 0;
   readStop_ = walk.Place();

@@ -1,13 +1,31 @@
 #include "zyra/support/byte_stream.h"
 
 #include <algorithm>
+#include <utility>
 
 namespace zyra {
 
 ByteStream::ByteStream() = default;
 ByteStream::~ByteStream() = default;
-ByteStream::ByteStream(ByteStream&&) noexcept = default;
-ByteStream& ByteStream::operator=(ByteStream&&) noexcept = default;
+ByteStream::ByteStream(ByteStream&& other) noexcept {
+  *this = std::move(other);
+}
+
+// Member by member, leaving `other` an empty stream in memory: a moved-from stream must not
+// still point at the file it handed on.
+ByteStream& ByteStream::operator=(ByteStream&& other) noexcept {
+  if (this == &other) return *this;
+  bytes_ = std::exchange(other.bytes_, {});
+  position_ = std::exchange(other.position_, 0);
+  ownedFile_ = std::move(other.ownedFile_);
+  in_ = std::exchange(other.in_, nullptr);
+  out_ = std::exchange(other.out_, nullptr);
+  dirty_ = std::exchange(other.dirty_, false);
+  base_ = std::exchange(other.base_, 0);
+  windowLength_ = std::exchange(other.windowLength_, 0);
+  fileLength_ = std::exchange(other.fileLength_, 0);
+  return *this;
+}
 
 int32_t ByteStream::SetPosition(int32_t lPosition) {
   if (lPosition < 0) RaiseError(kErrInvalidCall);
@@ -17,7 +35,7 @@ int32_t ByteStream::SetPosition(int32_t lPosition) {
 
 int32_t ByteStream::LoadFromBytes(std::vector<uint8_t> bytes) {
   if (static_cast<int64_t>(bytes.size()) > kMaxLength) RaiseError(kErrOverflow);
-  file_.reset();
+  CloseFile();
   bytes_ = std::move(bytes);
   position_ = 0;
   return 0;
@@ -25,6 +43,7 @@ int32_t ByteStream::LoadFromBytes(std::vector<uint8_t> bytes) {
 
 int32_t ByteStream::LoadFromBytes(std::span<const uint8_t> bytes) {
   if (static_cast<int64_t>(bytes.size()) > kMaxLength) RaiseError(kErrOverflow);
+  CloseFile();
   // Into the buffer the stream already has, so that a stream loaded again and again with
   // small pieces (one header after another) allocates once.
   bytes_.assign(bytes.begin(), bytes.end());
@@ -33,7 +52,7 @@ int32_t ByteStream::LoadFromBytes(std::span<const uint8_t> bytes) {
 }
 
 std::vector<uint8_t> ByteStream::TakeBytes() {
-  if (file_) return {};
+  if (OverFile()) return {};
   std::vector<uint8_t> taken = std::move(bytes_);
   bytes_.clear();
   position_ = 0;
@@ -43,24 +62,45 @@ std::vector<uint8_t> ByteStream::TakeBytes() {
 std::vector<uint8_t> ByteStream::CopyBytes(int32_t lPosition, int32_t lCount) {
   if (lPosition < 0 || lCount < 0) RaiseError(kErrInvalidCall);
   if (int64_t{lPosition} + lCount > GetLength()) RaiseError(kErrPastEnd);
-  if (!file_) {
-    const auto start = bytes_.begin() + lPosition;
-    return std::vector<uint8_t>(start, start + lCount);
-  }
   std::vector<uint8_t> copy(static_cast<size_t>(lCount));
+  CopyBytesTo(lPosition, copy);
+  return copy;
+}
+
+void ByteStream::CopyBytesTo(int32_t lPosition, std::span<uint8_t> out) {
+  if (lPosition < 0) RaiseError(kErrInvalidCall);
+  if (lPosition + static_cast<int64_t>(out.size()) > GetLength()) RaiseError(kErrPastEnd);
+  const auto lCount = static_cast<int32_t>(out.size());
+  if (!OverFile()) {
+    std::copy_n(bytes_.begin() + lPosition, lCount, out.begin());
+    return;
+  }
   const int32_t lKeep = position_;
   position_ = lPosition;
   for (int32_t lDone = 0; lDone < lCount;) {
     const int32_t lPiece = std::min(lCount - lDone, kFileWindow);
-    std::memcpy(copy.data() + lDone, Peek(lPiece), static_cast<size_t>(lPiece));
+    std::memcpy(out.data() + lDone, Peek(lPiece), static_cast<size_t>(lPiece));
     lDone += lPiece;
     position_ += lPiece;
   }
   position_ = lKeep;
-  return copy;
 }
 
 // ---- Streams over a file ----
+
+namespace {
+
+// The length of an open file, from its start to its end.
+int32_t FileLength(std::istream& file) {
+  file.clear();
+  file.seekg(0, std::ios::end);
+  const std::streamoff length = file.tellg();
+  if (length < 0) RaiseError(kErrPathFileAccess);
+  if (length > ByteStream::kMaxLength) RaiseError(kErrOverflow);
+  return static_cast<int32_t>(length);
+}
+
+}  // namespace
 
 int32_t ByteStream::OpenFileForReading(const std::string& sFileName) {
   auto file = std::make_unique<std::fstream>();
@@ -68,19 +108,13 @@ int32_t ByteStream::OpenFileForReading(const std::string& sFileName) {
   file->rdbuf()->pubsetbuf(nullptr, 0);
   file->open(sFileName, std::ios::in | std::ios::binary);
   if (!file->is_open()) RaiseError(kErrPathFileAccess);
-  file->seekg(0, std::ios::end);
-  const std::streamoff length = file->tellg();
-  if (length < 0) RaiseError(kErrPathFileAccess);
-  if (length > kMaxLength) RaiseError(kErrOverflow);
-  CloseFile();
-  bytes_ = std::vector<uint8_t>();
-  file_ = std::move(file);
-  writable_ = false;
-  dirty_ = false;
-  base_ = 0;
-  windowLength_ = 0;
-  fileLength_ = static_cast<int32_t>(length);
-  position_ = 0;
+  std::istream& in = *file;
+  AttachFile(std::move(file), &in, nullptr, FileLength(in));
+  return 0;
+}
+
+int32_t ByteStream::ReadFromOpenFile(std::istream& file) {
+  AttachFile(nullptr, &file, nullptr, FileLength(file));
   return 0;
 }
 
@@ -89,24 +123,40 @@ int32_t ByteStream::OpenFileForWriting(const std::string& sFileName) {
   file->rdbuf()->pubsetbuf(nullptr, 0);
   file->open(sFileName, std::ios::in | std::ios::out | std::ios::binary | std::ios::trunc);
   if (!file->is_open()) RaiseError(kErrPathFileAccess);
-  CloseFile();
-  bytes_ = std::vector<uint8_t>();
-  file_ = std::move(file);
-  writable_ = true;
-  dirty_ = false;
-  base_ = 0;
-  windowLength_ = 0;
-  fileLength_ = 0;
-  position_ = 0;
+  std::fstream& inOut = *file;
+  AttachFile(std::move(file), &inOut, &inOut, 0);
   return 0;
 }
 
+void ByteStream::AttachFile(std::unique_ptr<std::fstream> owned, std::istream* in,
+                            std::ostream* out, int32_t lLength) {
+  CloseFile();
+  bytes_ = std::vector<uint8_t>();
+  ownedFile_ = std::move(owned);
+  in_ = in;
+  out_ = out;
+  dirty_ = false;
+  base_ = 0;
+  windowLength_ = 0;
+  fileLength_ = lLength;
+  position_ = 0;
+}
+
 void ByteStream::CloseFile() {
-  if (!file_) return;
-  FlushWindow();
-  file_->close();
-  const bool bFailed = file_->fail();
-  file_.reset();
+  if (!OverFile()) return;
+  bool bFailed = false;
+  try {
+    FlushWindow();
+  } catch (const RuntimeError&) {
+    bFailed = true;
+  }
+  if (ownedFile_) {
+    ownedFile_->close();
+    bFailed = bFailed || ownedFile_->fail();
+  }
+  ownedFile_.reset();
+  in_ = nullptr;
+  out_ = nullptr;
   bytes_ = std::vector<uint8_t>();
   position_ = 0;
   if (bFailed) RaiseError(kErrPathFileAccess);
@@ -116,11 +166,11 @@ const uint8_t* ByteStream::MoveWindow(int32_t lCount) {
   FlushWindow();
   const int64_t lLength = std::min<int64_t>(std::max(lCount, kFileWindow), GetLength() - position_);
   if (bytes_.size() < static_cast<size_t>(lLength)) bytes_.resize(static_cast<size_t>(lLength));
-  file_->clear();
-  file_->seekg(position_);
-  file_->read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(lLength));
+  in_->clear();
+  in_->seekg(position_);
+  in_->read(reinterpret_cast<char*>(bytes_.data()), static_cast<std::streamsize>(lLength));
   // A file that shrank under the stream ends early.
-  if (file_->gcount() != lLength) {
+  if (in_->gcount() != lLength) {
     windowLength_ = 0;
     RaiseError(kErrPastEnd);
   }
@@ -132,11 +182,11 @@ const uint8_t* ByteStream::MoveWindow(int32_t lCount) {
 void ByteStream::FlushWindow() {
   if (!dirty_) return;
   dirty_ = false;
-  file_->clear();
-  file_->seekp(base_);
-  file_->write(reinterpret_cast<const char*>(bytes_.data()),
-               static_cast<std::streamsize>(windowLength_));
-  if (file_->fail()) RaiseError(kErrPathFileAccess);
+  out_->clear();
+  out_->seekp(base_);
+  out_->write(reinterpret_cast<const char*>(bytes_.data()),
+              static_cast<std::streamsize>(windowLength_));
+  if (out_->fail()) RaiseError(kErrPathFileAccess);
 }
 
 // ---- Reading ----
@@ -152,7 +202,7 @@ std::string ByteStream::ReadFixedString(int32_t lCount) {
   if (lCount < 0) RaiseError(kErrInvalidCall);
   if (Remaining() < lCount) RaiseError(kErrPastEnd);
   std::string text;
-  if (!file_) {
+  if (!OverFile()) {
     text.assign(reinterpret_cast<const char*>(bytes_.data()) + position_,
                 static_cast<size_t>(lCount));
   } else {
@@ -206,7 +256,7 @@ void ByteStream::WriteText(const std::string& sText) {
 void ByteStream::WriteRaw(const void* data, size_t count) {
   const int64_t end = static_cast<int64_t>(position_) + static_cast<int64_t>(count);
   if (end > kMaxLength) RaiseError(kErrOverflow);
-  if (file_) {
+  if (OverFile()) {
     WriteToFile(data, count);
     return;
   }
@@ -223,7 +273,7 @@ void ByteStream::WriteRaw(const void* data, size_t count) {
 }
 
 void ByteStream::WriteToFile(const void* data, size_t count) {
-  if (!writable_) RaiseError(kErrPathFileAccess);
+  if (out_ == nullptr) RaiseError(kErrPathFileAccess);
   const auto lCount = static_cast<int64_t>(count);
   int64_t offset = int64_t{position_} - base_;
   // The window takes bytes that continue or overwrite it; anything else starts a new one at
@@ -235,10 +285,10 @@ void ByteStream::WriteToFile(const void* data, size_t count) {
     offset = 0;
   }
   if (lCount > kFileWindow) {
-    file_->clear();
-    file_->seekp(position_);
-    file_->write(static_cast<const char*>(data), static_cast<std::streamsize>(count));
-    if (file_->fail()) RaiseError(kErrPathFileAccess);
+    out_->clear();
+    out_->seekp(position_);
+    out_->write(static_cast<const char*>(data), static_cast<std::streamsize>(count));
+    if (out_->fail()) RaiseError(kErrPathFileAccess);
   } else {
     if (bytes_.size() < static_cast<size_t>(kFileWindow)) bytes_.resize(kFileWindow);
     if (count > 0) std::memcpy(bytes_.data() + offset, data, count);

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <cstring>
 #include <fstream>
+#include <istream>
 #include <limits>
 #include <memory>
 #include <span>
@@ -24,7 +25,8 @@ namespace zyra {
 // then the file's, and only a window of about a megabyte of it is held in memory, moved as
 // the position moves. Reading a response of a million pulses so never holds the file's bytes
 // beside the records made from them, and writing one never holds the bytes beside the records
-// they come from. Everything but Bytes and GetBytes works the same on both kinds.
+// they come from. A stream may read a file a host already holds open too (ReadFromOpenFile).
+// Everything but Bytes and GetBytes works the same on both kinds.
 class ByteStream {
  public:
   static constexpr int64_t kMaxLength = std::numeric_limits<int32_t>::max();
@@ -40,23 +42,25 @@ class ByteStream {
 
   int32_t GetPosition() const noexcept { return position_; }
   int32_t GetLength() const noexcept {
-    return file_ ? fileLength_ : static_cast<int32_t>(bytes_.size());
+    return OverFile() ? fileLength_ : static_cast<int32_t>(bytes_.size());
   }
   // Bytes from the position to the end (0 when the position stands at or past the end).
   int32_t Remaining() const noexcept {
     return position_ < GetLength() ? GetLength() - position_ : 0;
   }
   // A copy of the whole content of a stream in memory (empty for a stream over a file).
-  std::vector<uint8_t> GetBytes() const { return file_ ? std::vector<uint8_t>() : bytes_; }
+  std::vector<uint8_t> GetBytes() const { return OverFile() ? std::vector<uint8_t>() : bytes_; }
   // The whole content of a stream in memory without a copy (empty for a stream over a file).
   std::span<const uint8_t> Bytes() const noexcept {
-    return file_ ? std::span<const uint8_t>() : std::span<const uint8_t>(bytes_);
+    return OverFile() ? std::span<const uint8_t>() : std::span<const uint8_t>(bytes_);
   }
   // The whole content of a stream in memory, moved out; the stream is left empty.
   std::vector<uint8_t> TakeBytes();
   // A copy of lCount bytes from lPosition, whichever kind the stream is; error 62 when they
   // do not all lie inside the stream, error 5 for a negative position or count.
   std::vector<uint8_t> CopyBytes(int32_t lPosition, int32_t lCount);
+  // The same into `out`, out.size() bytes from lPosition; the position does not move.
+  void CopyBytesTo(int32_t lPosition, std::span<uint8_t> out);
 
   // Moves the position; a later write there replaces bytes already present, and a write
   // beyond the end fills the gap with zero bytes. A negative position is error 5.
@@ -70,12 +74,18 @@ class ByteStream {
   // cannot be opened, error 6 when it is longer than a stream can be. Writing to the stream
   // afterwards is error 75.
   int32_t OpenFileForReading(const std::string& sFileName);
+  // Makes the stream stand for a file the caller has opened (binary and seekable) and keeps
+  // open for as long as the stream reads it; position 0, the content from the file's start to
+  // its end. Error 75 when its length cannot be found, error 6 when it is longer than a stream
+  // can be. Writing to the stream afterwards is error 75.
+  int32_t ReadFromOpenFile(std::istream& file);
   // Makes the stream stand for the file sFileName, emptied or created, position 0: whatever
   // is written goes to the file. Call CloseFile to write the last window. Error 75 when the
   // file cannot be opened.
   int32_t OpenFileForWriting(const std::string& sFileName);
-  // Writes what is still held to the file, closes it, and leaves the stream empty and in
-  // memory. Error 75 when the file could not be written; nothing for a stream in memory.
+  // Writes what is still held to the file, closes it (a file the caller opened stays open),
+  // and leaves the stream empty and in memory. Error 75 when the file could not be written;
+  // nothing for a stream in memory.
   void CloseFile();
 
   int16_t ReadInt16() { return ReadScalar<int16_t>(); }
@@ -121,9 +131,14 @@ class ByteStream {
     WriteRaw(raw, sizeof(T));
   }
 
+  bool OverFile() const noexcept { return in_ != nullptr; }
+  // Lets go of any file and makes the stream stand for `in` (and `out` when writable).
+  void AttachFile(std::unique_ptr<std::fstream> owned, std::istream* in, std::ostream* out,
+                  int32_t lLength);
+
   // The lCount bytes at the position, which the caller has checked are inside the stream.
   const uint8_t* Peek(int32_t lCount) {
-    if (!file_) return bytes_.data() + position_;
+    if (!OverFile()) return bytes_.data() + position_;
     const int64_t offset = int64_t{position_} - base_;
     if (offset >= 0 && offset + lCount <= windowLength_) return bytes_.data() + offset;
     return MoveWindow(lCount);
@@ -141,8 +156,11 @@ class ByteStream {
   // windowLength_ - 1 of the content.
   std::vector<uint8_t> bytes_;
   int32_t position_ = 0;
-  std::unique_ptr<std::fstream> file_;
-  bool writable_ = false;
+  // Over a file: the file the stream opened itself (none for a caller's), the side it reads
+  // and, when writable, the side it writes.
+  std::unique_ptr<std::fstream> ownedFile_;
+  std::istream* in_ = nullptr;
+  std::ostream* out_ = nullptr;
   bool dirty_ = false;
   int64_t base_ = 0;
   int64_t windowLength_ = 0;

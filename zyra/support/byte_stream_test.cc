@@ -115,17 +115,30 @@ TEST(ByteStreamTest, AStreamOverAFileHoldsWhatAStreamInMemoryHolds) {
                                      std::istreambuf_iterator<char>());
   EXPECT_TRUE(written == memory.GetBytes());
 
-  file.OpenFileForReading(sPath);
-  EXPECT_EQ(file.GetLength(), memory.GetLength());
-  EXPECT_EQ(file.ReadInt32(), memory.GetLength() - 7);
-  for (int32_t i = 0; i < 300000; ++i) ASSERT_EQ(file.ReadInt32(), i * 7) << i;
-  EXPECT_EQ(file.ReadFixedString(ByteStream::kFileWindow + 3).back(), 'x');
-  EXPECT_EQ(file.ReadText(), "after");
-  const int32_t lAt = ByteStream::kFileWindow - 2;  // a copy across a window's edge
-  EXPECT_TRUE(file.CopyBytes(lAt, 9) == memory.CopyBytes(lAt, 9));
-  file.SetPosition(file.GetLength() - 1);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { file.ReadInt16(); }), kErrPastEnd);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { file.WriteInt16(1); }), kErrPathFileAccess);
+  // Read back through a file the stream opens and through one a host holds open, handed on by
+  // a move: the moved-from stream must let go of it.
+  std::ifstream held(sPath, std::ios::binary);
+  for (const bool bHeld : {false, true}) {
+    ByteStream opened;
+    if (bHeld) {
+      opened.ReadFromOpenFile(held);
+    } else {
+      opened.OpenFileForReading(sPath);
+    }
+    file = std::move(opened);
+    EXPECT_EQ(opened.GetLength(), 0);
+    EXPECT_EQ(file.GetLength(), memory.GetLength());
+    EXPECT_EQ(file.ReadInt32(), memory.GetLength() - 7);
+    for (int32_t i = 0; i < 300000; ++i) ASSERT_EQ(file.ReadInt32(), i * 7) << i;
+    EXPECT_EQ(file.ReadFixedString(ByteStream::kFileWindow + 3).back(), 'x');
+    EXPECT_EQ(file.ReadText(), "after");
+    const int32_t lAt = ByteStream::kFileWindow - 2;  // a copy across a window's edge
+    EXPECT_TRUE(file.CopyBytes(lAt, 9) == memory.CopyBytes(lAt, 9));
+    file.SetPosition(file.GetLength() - 1);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { file.ReadInt16(); }), kErrPastEnd);
+    EXPECT_EQ(testing::ErrorNumberOf([&] { file.WriteInt16(1); }), kErrPathFileAccess);
+  }
+  EXPECT_TRUE(held.is_open());  // the host's file stays the host's
   file.CloseFile();
   std::filesystem::remove(sPath);
   EXPECT_EQ(testing::ErrorNumberOf([&] { file.OpenFileForReading(sPath); }), kErrPathFileAccess);
