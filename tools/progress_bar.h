@@ -55,6 +55,8 @@ class TerminalProgress : public BusyIndicator {
 
   // True once the user pressed Ctrl-C while this object lived.
   bool IsCancelled() const;
+  // Whether the bar is drawn at all.
+  bool IsShown() const noexcept { return isTerminal_; }
 
   // The text of one bar line, without the carriage return (fraction clipped to 0 ... 1).
   static std::string BarLine(const std::string& sCaption, double dFraction);

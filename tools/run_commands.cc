@@ -99,11 +99,18 @@ std::optional<Response> OpenResponse(const std::string& sFile, TerminalProgress&
 // Evaluates; a failure becomes the error line (and its JSON).
 std::optional<Evaluation> EvaluateResponse(Response& response, EvaluateOptions options,
                                            TerminalProgress& progress, bool bJsonFailures) {
-  options.cBusy = &progress;
+  // The evaluation reports once per pulse and band when asked to; where no bar is drawn (a
+  // pipe, a script) it is not asked and runs its faster path, and a Ctrl-C there is taken
+  // when the step ends.
+  options.cBusy = progress.IsShown() ? &progress : nullptr;
   try {
     progress.Begin("Evaluating");
     Evaluation evaluation = response.Evaluate(options);
     progress.Done();
+    if (progress.IsCancelled()) {
+      PrintErrorLine(response.FilePath(), "cancelled");
+      return std::nullopt;
+    }
     return evaluation;
   } catch (const ResponseError& error) {
     ReportFailure(error, progress, bJsonFailures);

@@ -32,7 +32,8 @@ struct Evaluation {
 };
 
 Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCalcOutput,
-                    bool bIsWithReflections, bool bIsShowBusy, BusyIndicator* cBusy) {
+                    bool bIsWithReflections, bool bIsShowBusy, BusyIndicator* cBusy,
+                    const CCountedPulses& counted) {
   constexpr bool bIsInterferenceOn = false;
   const CETCInfoClass& etc = *cRspFile.ETC();
   const CSystemResponse& rsp = *cRspFile.Rsp();
@@ -71,10 +72,6 @@ Evaluation Evaluate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCa
   // progress, every pulse is reported, counted or not: laPulsNr[c] is the pulse number of the
   // counted pulse c.
   const bool bReport = bIsShowBusy && cBusy != nullptr;
-  CCountedPulses::Options gather;
-  gather.bIsWithReflections = bIsWithReflections;
-  gather.bWithPulsNumbers = bReport;
-  const CCountedPulses counted = CCountedPulses::Gather(cRspFile, gather);
   const size_t nCounted = counted.Count();
   const int32_t n = rsp.Pulses()->Count();
 
@@ -122,8 +119,25 @@ int32_t CEnergyTimeProcessClass::Calculate(CProbeRspClass& cRspFile,
                                            std::shared_ptr<CCalcResults>& cCalcOutput,
                                            bool bIsWithReflections, bool bIsShowBusy,
                                            BusyIndicator* cBusy) const {
+  CCountedPulses::Options gather;
+  gather.bIsWithReflections = bIsWithReflections;
+  gather.bWithPulsNumbers = bIsShowBusy && cBusy != nullptr;
+  const CCountedPulses counted = cRspFile.Rsp()->Pulses()->Count() == 0
+                                     ? CCountedPulses()
+                                     : CCountedPulses::Gather(cRspFile, gather);
+  return Calculate(cRspFile, cCalcOutput, bIsWithReflections, bIsShowBusy, cBusy, counted);
+}
+
+int32_t CEnergyTimeProcessClass::Calculate(CProbeRspClass& cRspFile,
+                                           std::shared_ptr<CCalcResults>& cCalcOutput,
+                                           bool bIsWithReflections, bool bIsShowBusy,
+                                           BusyIndicator* cBusy,
+                                           const CCountedPulses& counted) const {
   if (cCalcOutput) cCalcOutput->SetIsNoDirectSound(true);
   if (cRspFile.Rsp()->Pulses()->Count() == 0) return 0;
+  if (bIsShowBusy && cBusy != nullptr && counted.laPulsNr.size() != counted.Count()) {
+    RaiseError(kErrInvalidCall);
+  }
 
   // The split time is kept within 7..50 ms in the tail info block itself.
   CETCInfoClass& etc = *cRspFile.ETC();
@@ -131,7 +145,7 @@ int32_t CEnergyTimeProcessClass::Calculate(CProbeRspClass& cRspFile,
   if (etc.tSplit() > kSplitMax) etc.SettSplit(kSplitMax);
 
   const Evaluation outcome =
-      Evaluate(cRspFile, cCalcOutput, bIsWithReflections, bIsShowBusy, cBusy);
+      Evaluate(cRspFile, cCalcOutput, bIsWithReflections, bIsShowBusy, cBusy, counted);
   if (bIsShowBusy && cBusy != nullptr) cBusy->ShowProgress("", 1.0, kBusyInterval);
   cCalcOutput->SetIsNoDirectSound(outcome.bIsNoDirectSound);
   return outcome.lResult;

@@ -8,6 +8,7 @@
 #include <memory>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/calc/speech_transmission.h"
 #include "zyra/rsp/probe_rsp.h"
 #include "zyra/support/busy_indicator.h"
@@ -32,6 +33,13 @@ class CEnergyTimeProcessClass {
   // Otherwise 0. An empty cCalcOutput is allowed: it simply receives the new object.
   int32_t Calculate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCalcOutput,
                     bool bIsWithReflections, bool bIsShowBusy, BusyIndicator* cBusy) const;
+  // The same on the pulses a caller has gathered already from cRspFile with the same
+  // bIsWithReflections (and with pulse numbers when progress is reported), so that a caller
+  // computing the parameters too walks the pulses once. Error 5 when progress is to be reported
+  // and `counted` lacks the pulse numbers.
+  int32_t Calculate(CProbeRspClass& cRspFile, std::shared_ptr<CCalcResults>& cCalcOutput,
+                    bool bIsWithReflections, bool bIsShowBusy, BusyIndicator* cBusy,
+                    const CCountedPulses& counted) const;
 
   // Alcons in Alcons band iAlconsBand0 (0, 1, 2: third-octave bands 8, 11, 14) when the energy
   // up to t ms after tRef is useful and the rest harmful, from results that Calculate filled.

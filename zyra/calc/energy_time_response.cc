@@ -64,10 +64,31 @@ int32_t CEnergyTimeResponse::SampleAtOrBefore(double t) {
   return n;
 }
 
+namespace {
+
+CCountedPulses GatherWithAngles(const CProbeRspClass& cRspFile, bool bIsWithReflections) {
+  if (cRspFile.Rsp()->Pulses()->Count() == 0) return {};
+  CCountedPulses::Options gather;
+  gather.bIsWithReflections = bIsWithReflections;
+  gather.bWithAngles = true;
+  return CCountedPulses::Gather(cRspFile, gather);
+}
+
+}  // namespace
+
 CEnergyTimeResponse::CEnergyTimeResponse(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
-                                         bool bIsWithReflections) {
+                                         bool bIsWithReflections)
+    : CEnergyTimeResponse(cRspFile, cCalc, bIsWithReflections,
+                          GatherWithAngles(cRspFile, bIsWithReflections)) {}
+
+CEnergyTimeResponse::CEnergyTimeResponse(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                                         bool bIsWithReflections, CCountedPulses counted) {
   // Without pulses the evaluation adds nothing at all, not even a tail.
   if (cRspFile.Rsp()->Pulses()->Count() == 0) return;
+  if (counted.iaHorAngle.size() != counted.Count() ||
+      counted.iaVerAngle.size() != counted.Count()) {
+    RaiseError(kErrInvalidCall);
+  }
 
   const CETCInfoClass& etc = *cRspFile.ETC();
   const double tHall = cCalc.tHall();
@@ -85,10 +106,6 @@ CEnergyTimeResponse::CEnergyTimeResponse(const CProbeRspClass& cRspFile, const C
     tail.dEnergy = dEHall * DecayFraction(tCount, kTailEndTime, tHall, tail.dRT);
   }
 
-  CCountedPulses::Options gather;
-  gather.bIsWithReflections = bIsWithReflections;
-  gather.bWithAngles = true;
-  CCountedPulses counted = CCountedPulses::Gather(cRspFile, gather);
   const size_t n = counted.Count();
   const double tRef = cCalc.tRef();
   daTime_ = std::move(counted.daArrival);

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra {
@@ -73,6 +74,10 @@ class CEnergyTimeResponse {
   // bIsWithReflections.
   CEnergyTimeResponse(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
                       bool bIsWithReflections);
+  // The same from pulses already gathered from cRspFile with the same bIsWithReflections and
+  // with angles (error 5 without them); their arrays are taken over.
+  CEnergyTimeResponse(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                      bool bIsWithReflections, CCountedPulses counted);
 
   size_t Count() const noexcept { return daTime_.size(); }
   size_t PlacedCount() const noexcept { return nPlaced_; }

@@ -188,12 +188,10 @@ void TakeSingleNumbers(CParameterSet& set) {
   set.JLFC_single = Mean(set.oJLFC, 0, k1000);
 }
 
-}  // namespace
-
-CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
-                                  const CParameterOptions& options, BusyIndicator* cBusy,
-                                  CSchroederParameters* cDecays) {
-  CheckLimits(options);
+// The whole set from the response's band responses.
+CParameterSet ParametersOf(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                           const CParameterOptions& options, BusyIndicator* cBusy,
+                           CSchroederParameters* cDecays, const CEnergyTimeResponse& response) {
   CParameterSet set;
   set.dSchroederT1 = options.dSchroederT1;
   set.dSchroederT2 = options.dSchroederT2;
@@ -201,7 +199,6 @@ CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcRes
   set.bMasking = options.bMasking;
 
   const CETCInfoClass& etc = *cRspFile.ETC();
-  const CEnergyTimeResponse response(cRspFile, cCalc, options.bIsWithReflections);
   CSchroederParameters decays;
   decays.SetSchroederT1(options.dSchroederT1);
   decays.SetSchroederT2(options.dSchroederT2);
@@ -245,6 +242,25 @@ CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcRes
   TakeSingleNumbers(set);
   if (cDecays != nullptr) *cDecays = std::move(decays);
   return set;
+}
+
+}  // namespace
+
+CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                                  const CParameterOptions& options, BusyIndicator* cBusy,
+                                  CSchroederParameters* cDecays) {
+  CheckLimits(options);
+  return ParametersOf(cRspFile, cCalc, options, cBusy, cDecays,
+                      CEnergyTimeResponse(cRspFile, cCalc, options.bIsWithReflections));
+}
+
+CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                                  const CParameterOptions& options, BusyIndicator* cBusy,
+                                  CSchroederParameters* cDecays, CCountedPulses counted) {
+  CheckLimits(options);
+  return ParametersOf(
+      cRspFile, cCalc, options, cBusy, cDecays,
+      CEnergyTimeResponse(cRspFile, cCalc, options.bIsWithReflections, std::move(counted)));
 }
 
 }  // namespace zyra

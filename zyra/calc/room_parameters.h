@@ -10,6 +10,7 @@
 #include <string>
 
 #include "zyra/calc/calc_results.h"
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/calc/schroeder_parameters.h"
 #include "zyra/calc/speech_transmission.h"
 #include "zyra/rsp/probe_rsp.h"
@@ -114,6 +115,11 @@ struct CParameterSet {
 CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
                                   const CParameterOptions& options, BusyIndicator* cBusy = nullptr,
                                   CSchroederParameters* cDecays = nullptr);
+// The same from the pulses a caller gathered from cRspFile already, with
+// options.bIsWithReflections and with angles, for Calculate before; their arrays are taken over.
+CParameterSet CalculateParameters(const CProbeRspClass& cRspFile, const CCalcResults& cCalc,
+                                  const CParameterOptions& options, BusyIndicator* cBusy,
+                                  CSchroederParameters* cDecays, CCountedPulses counted);
 
 }  // namespace zyra
 

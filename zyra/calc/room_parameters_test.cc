@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <functional>
 
 #include "testing/response_builder.h"
@@ -15,12 +16,25 @@ namespace {
 
 using testing::ResponseBuilder;
 
+// The set, checked against the one computed from pulses gathered beforehand (as a host that
+// evaluates the energies first hands them on): both must agree to the bit.
 CParameterSet Evaluate(ResponseBuilder& f, bool bMasking = false, bool bWithNoise = false) {
   const auto r = f.Evaluate(true);
   CParameterOptions options;
   options.bMasking = bMasking;
   options.bWithNoise = bWithNoise;
-  return CalculateParameters(f.file, *r, options);
+  const CParameterSet set = CalculateParameters(f.file, *r, options);
+  CCountedPulses::Options gather;
+  gather.bWithAngles = true;
+  const CParameterSet handed = CalculateParameters(f.file, *r, options, nullptr, nullptr,
+                                                   CCountedPulses::Gather(f.file, gather));
+  const auto same = [](const auto& a, const auto& b) {
+    return std::memcmp(a.data(), b.data(), sizeof(a)) == 0;
+  };
+  EXPECT_TRUE(same(set.EDT, handed.EDT) && same(set.T30, handed.T30) && same(set.Ts, handed.Ts) &&
+              same(set.JLF, handed.JLF) && same(set.oC80, handed.oC80) &&
+              same(set.mtf, handed.mtf));
+  return set;
 }
 
 TEST(RoomParametersTest, TailAloneIsTheStatisticalRoom) {

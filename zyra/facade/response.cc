@@ -1,5 +1,6 @@
 #include "zyra/facade/response.h"
 
+#include "zyra/calc/counted_pulses.h"
 #include "zyra/calc/energy_time_process.h"
 #include "zyra/facade/file_access.h"
 #include "zyra/facade/text_forms.h"
@@ -115,8 +116,14 @@ Evaluation Response::Evaluate(const EvaluateOptions& options) {
     // Never an empty results object: Calculate fills the one handed in.
     auto results = std::make_shared<CCalcResults>();
     const CEnergyTimeProcessClass process;
+    // The pulses are gathered once, for the energies and then for the parameters.
+    CCountedPulses::Options gather;
+    gather.bIsWithReflections = options.bWithReflections;
+    gather.bWithAngles = options.bWithReflections;
+    gather.bWithPulsNumbers = options.cBusy != nullptr;
+    CCountedPulses counted = CCountedPulses::Gather(*model_, gather);
     const int32_t lResult = process.Calculate(*model_, results, options.bWithReflections,
-                                              options.cBusy != nullptr, options.cBusy);
+                                              options.cBusy != nullptr, options.cBusy, counted);
     if (lResult != 0) {
       throw ResponseError(sFilePath_, ResponseFault::kCancelled, "evaluation cancelled");
     }
@@ -136,8 +143,8 @@ Evaluation Response::Evaluate(const EvaluateOptions& options) {
       parameterOptions.bWithNoise = options.bWithNoise;
       parameterOptions.bMasking = options.bMasking;
       decays = std::make_shared<CSchroederParameters>();
-      parameters =
-          CalculateParameters(*model_, *results, parameterOptions, options.cBusy, decays.get());
+      parameters = CalculateParameters(*model_, *results, parameterOptions, options.cBusy,
+                                       decays.get(), std::move(counted));
       if (parameters->bIsCancelled) {
         throw ResponseError(sFilePath_, ResponseFault::kCancelled, "evaluation cancelled");
       }
