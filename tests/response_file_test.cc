@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "testing/block_check.h"
 #include "testing/temp_folder.h"
 #include "testing/test_support.h"
 #include "zyra/format/block_walk.h"
@@ -164,9 +165,7 @@ const std::string kOldText = "54455854 0e00 0000 04000000 00000000 05000000 6162
 const std::vector<uint8_t> kOneObstacle = Concat(
     {Hex("4f425354 0e00 0000 02000000 01000000 12000000 0300"), std::vector<uint8_t>(16, 'o')});
 std::vector<uint8_t> ProbeBlock() {
-  ByteStream stream;
-  CProbeInfoClass().SaveToByteStream(stream);
-  return stream.GetBytes();
+  return Hex(testing::Saved(CProbeInfoClass()));
 }
 
 // A file whose loudspeaker belongs to a group while its pulse names no pseudo pulse.
