@@ -6,12 +6,24 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
 #include <memory>
 #include <random>
+#include <string>
 
+#include "testing/temp_folder.h"
 #include "zyra/calc/energy_time_process.h"
 
 namespace zyra::testing {
+
+// The file's image (with the info text's prefix) written to `path`; the path as text.
+inline std::string WriteImage(CProbeRspClass& file, const std::filesystem::path& path,
+                              const std::string& sPrefix = "") {
+  ByteStream stream;
+  file.SaveToByteStream(stream, sPrefix);
+  WriteWholeFile(path, stream.GetBytes());
+  return path.string();
+}
 
 class ResponseBuilder {
  public:

@@ -10,6 +10,16 @@
 #include "zyra/support/busy_indicator.h"
 #include "zyra/support/byte_stream.h"
 
+// AddressSanitizer reserves far more address space than any limit a test could set, and
+// counts allocations its own way.
+#if defined(__SANITIZE_ADDRESS__)
+#define ZYRA_UNDER_ASAN 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define ZYRA_UNDER_ASAN 1
+#endif
+#endif
+
 namespace zyra::testing {
 
 // Bytes from a hex literal; blanks are ignored ("0100 ff" is 01 00 ff).

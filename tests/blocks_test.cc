@@ -175,13 +175,10 @@ TEST(BlocksTest, ProbeInfo) {
   CProbeInfoClass probe;
   std::string message;
   ASSERT_EQ(probe.ReadFromByteStream(stream, message), 0);
-  EXPECT_EQ(stream.GetPosition(), 552);
-  EXPECT_EQ(probe.PrUserName(), "Alice" + std::string(27, ' '));
-  EXPECT_EQ(probe.PrBegun(), "1999-12-31");
-  EXPECT_EQ(probe.PrLabel(), "Probe 1" + std::string(9, ' '));
-  EXPECT_EQ(probe.flags(), 0x4490);
-  EXPECT_EQ(probe.PrLspInfos(), -2);
-  EXPECT_EQ(probe.PrPulses(), 5);
+  EXPECT_EQ(std::tuple(stream.GetPosition(), probe.PrUserName(), probe.PrBegun(), probe.PrLabel(),
+                       probe.flags(), probe.PrLspInfos(), probe.PrPulses()),
+            std::tuple(552, "Alice" + std::string(27, ' '), "1999-12-31",
+                       "Probe 1" + std::string(9, ' '), 0x4490, -2, 5));
   EXPECT_EQ(probe.PrRemarks(), std::string(30, 'a') + std::string(30, 'b') + std::string(30, 'c'));
   // Begun is always ten characters long: cut or padded.
   probe.SetPrBegun("2024-01-02 10:00");

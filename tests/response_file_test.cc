@@ -7,20 +7,14 @@
 #include <string>
 #include <vector>
 
+#include "testing/block_check.h"
 #include "testing/temp_folder.h"
 #include "testing/test_support.h"
 #include "zyra/format/block_walk.h"
 #include "zyra/rsp/host_sequence.h"
 #include "zyra/rsp/probe_rsp.h"
 
-#if defined(__SANITIZE_ADDRESS__)
-#define ZYRA_TEST_UNDER_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZYRA_TEST_UNDER_ASAN 1
-#endif
-#endif
-#if !defined(ZYRA_TEST_UNDER_ASAN)
+#if !defined(ZYRA_UNDER_ASAN)
 #include <malloc.h>
 #endif
 
@@ -32,17 +26,17 @@ using testing::Hex;
 using testing::TempFolder;
 
 struct ReadOutcome {
-  int32_t result;
-  std::string message;
+  int32_t result = 0;
+  std::string message = "stale";
+  int32_t nRays = -7;
+  float fCutOff = -7;
 };
 ReadOutcome ReadFile(CProbeRspClass& rsp, const std::string& sPath, const std::string& sFile,
                      bool bIsDefaultLocalRT = false) {
-  int32_t nRays = -7;
-  float fCutOff = -7;
-  ReadOutcome outcome{0, "stale"};
-  outcome.result = rsp.ReadRSPFile(sPath, sFile, bIsDefaultLocalRT, "zyra test", nRays, fCutOff,
-                                   outcome.message, nullptr);
-  return outcome;
+  ReadOutcome o;
+  o.result = rsp.ReadRSPFile(sPath, sFile, bIsDefaultLocalRT, "zyra test", o.nRays, o.fCutOff,
+                             o.message, nullptr);
+  return o;
 }
 
 std::vector<uint8_t> Image(CProbeRspClass& rsp, const std::string& sPrefix = "") {
@@ -171,9 +165,7 @@ const std::string kOldText = "54455854 0e00 0000 04000000 00000000 05000000 6162
 const std::vector<uint8_t> kOneObstacle = Concat(
     {Hex("4f425354 0e00 0000 02000000 01000000 12000000 0300"), std::vector<uint8_t>(16, 'o')});
 std::vector<uint8_t> ProbeBlock() {
-  ByteStream stream;
-  CProbeInfoClass().SaveToByteStream(stream);
-  return stream.GetBytes();
+  return Hex(testing::Saved(CProbeInfoClass()));
 }
 
 // A file whose loudspeaker belongs to a group while its pulse names no pseudo pulse.
@@ -313,13 +305,10 @@ TEST(ResponseFileTest, SaveRSPFileWritesThePrefixAndOverwritesWithoutTruncating)
   EXPECT_EQ(bytes.back(), '\xee');
 
   CProbeRspClass back;
-  int32_t nRays = 0;
-  float fCutOff = 0;
-  std::string message;
-  ASSERT_EQ(
-      back.ReadRSPFile(folder.Slashed(), "x.rsp", false, "v", nRays, fCutOff, message, nullptr), 0);
-  EXPECT_EQ(nRays, 77);
-  EXPECT_EQ(fCutOff, 640.0F);
+  const ReadOutcome read = ReadFile(back, folder.Slashed(), "x.rsp");
+  ASSERT_EQ(read.result, 0) << read.message;
+  EXPECT_EQ(read.nRays, 77);
+  EXPECT_EQ(read.fCutOff, 640.0F);
   EXPECT_EQ(back.Pred()->DelayTime(), 2.5F);
   EXPECT_EQ(back.Pred()->RT60(4), 1.25F);
   EXPECT_NE(back.InfoText()->SourceText().find("\nFolder: " + folder.Slashed() + kRule +
@@ -327,7 +316,7 @@ TEST(ResponseFileTest, SaveRSPFileWritesThePrefixAndOverwritesWithoutTruncating)
             std::string::npos);
 }
 
-#if !defined(ZYRA_TEST_UNDER_ASAN)
+#if !defined(ZYRA_UNDER_ASAN)
 // Bytes the allocator has handed out, from its heap and as mappings of their own.
 size_t AllocatedBytes() {
   const struct mallinfo2 info = mallinfo2();

@@ -10,19 +10,12 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "testing/response_builder.h"
 #include "testing/temp_folder.h"
+#include "testing/test_support.h"
 #include "zyra/rsp/probe_rsp.h"
 
 #ifdef ZYRA_RSP_EXE
-
-// AddressSanitizer reserves far more address space than any limit a test could set.
-#if defined(__SANITIZE_ADDRESS__)
-#define ZYRA_CLI_UNDER_ASAN 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define ZYRA_CLI_UNDER_ASAN 1
-#endif
-#endif
 
 namespace zyra {
 namespace {
@@ -49,8 +42,17 @@ class ZyraRspTest : public ::testing::Test {
   static void SetUpTestSuite() {
     temp_ = std::make_unique<testing::TempFolder>();
     folder_ = temp_->Path();
-    // One demo hall for the tests that need a real response file.
+    // One demo hall for the tests that need a real response file, and files that are none.
     ASSERT_EQ(Run({"demo", "--out", folder_}).exit, 0);
+    fs::create_directories(Bad() / "a-folder.rsp");
+    WriteWholeFile(Bad() / "empty.rsp", "");
+    WriteWholeFile(Bad() / "text.rsp", "This is a text file, not a response file at all.\n");
+    const std::string demo = ReadWholeFile(Demo());
+    WriteWholeFile(Bad() / "truncated.rsp", demo.substr(0, demo.size() / 2));
+    CProbeRspClass empty;  // a model without pulses, its label Latin-1 as files hold texts
+    empty.ProbeInfo()->SetPrLabel("Sitz \xE9");
+    empty.ProbeInfo()->SetPrSite(1, 2.5F);
+    testing::WriteImage(empty, Bad() / "empty-model.rsp");
   }
   static void TearDownTestSuite() { temp_.reset(); }
 
@@ -70,6 +72,7 @@ class ZyraRspTest : public ::testing::Test {
     return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, ReadWholeFile(out), ReadWholeFile(err)};
   }
   static std::string Demo() { return folder_ / "demo-hall.rsp"; }
+  static fs::path Bad() { return folder_ / "bad"; }
   // The demo's seating area: every seat's file in row order.
   static std::vector<std::string> Seats() {
     std::vector<std::string> seats;
@@ -101,13 +104,14 @@ class ZyraRspTest : public ::testing::Test {
 std::unique_ptr<testing::TempFolder> ZyraRspTest::temp_;
 fs::path ZyraRspTest::folder_;
 
+// The 1-based address of the first pulse record, which the file header holds at byte 26.
+uint32_t FirstPulsAddress(const std::string& bytes) {
+  return static_cast<uint8_t>(bytes[26]) | static_cast<uint8_t>(bytes[27]) << 8 |
+         static_cast<uint8_t>(bytes[28]) << 16;
+}
+
 TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
-  const fs::path dir = folder_ / "inputs";
-  fs::create_directories(dir / "a-folder.rsp");
-  WriteWholeFile(dir / "empty.rsp", "");
-  WriteWholeFile(dir / "text.rsp", "This is a text file, not a response file at all.\n");
-  const std::string demo = ReadWholeFile(Demo());
-  WriteWholeFile(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
+  const fs::path dir = Bad();
   const struct {
     const char* file;
     const char* says;
@@ -144,10 +148,8 @@ TEST_F(ZyraRspTest, UnusableInputsGiveOneLineNamingTheFileAndExitOne) {
 
 TEST_F(ZyraRspTest, ErrorLinesSayWhereTheReadStopped) {
   const std::string demo = ReadWholeFile(Demo());
-  // The "PULS" block header stands in front of the first record, whose 1-based address the
-  // file header holds at byte 26.
-  const uint32_t addr = static_cast<uint8_t>(demo[26]) | static_cast<uint8_t>(demo[27]) << 8 |
-                        static_cast<uint8_t>(demo[28]) << 16;
+  // The "PULS" block header stands in front of the first record.
+  const uint32_t addr = FirstPulsAddress(demo);
   const std::string puls = std::to_string(addr - 1 - 20);
   std::string badLength = demo;
   badLength[addr - 1 - 4] = 0x7f;  // lInfo 127 instead of 150
@@ -180,7 +182,7 @@ TEST_F(ZyraRspTest, AFileOfFourGibibytesIsJudgedFromItsHeaderInLittleMemory) {
   fs::resize_file(file, std::uintmax_t{4} << 30);
   for (const char* command : {"info", "dump", "eval"}) {
     // 256 MiB of address space: enough for the tool, far too little for the file.
-#ifdef ZYRA_CLI_UNDER_ASAN
+#ifdef ZYRA_UNDER_ASAN
     const RunResult result = Run({command, file});
 #else
     const RunResult result = Run({command, file}, "ulimit -v 262144;");
@@ -201,9 +203,7 @@ TEST_F(ZyraRspTest, AFileOfFourGibibytesIsJudgedFromItsHeaderInLittleMemory) {
 TEST_F(ZyraRspTest, DumpAndEvalAnswerInJson) {
   // A NaN travel time patched into the first pulse record (Travel sits 46 bytes in).
   std::string bytes = ReadWholeFile(Demo());
-  const uint32_t addr = static_cast<uint8_t>(bytes[26]) | static_cast<uint8_t>(bytes[27]) << 8 |
-                        static_cast<uint8_t>(bytes[28]) << 16;
-  bytes.replace(addr - 1 + 46, 4, std::string("\x00\x00\xc0\x7f", 4));
+  bytes.replace(FirstPulsAddress(bytes) - 1 + 46, 4, std::string("\x00\x00\xc0\x7f", 4));
   const fs::path file = folder_ / "nan.rsp";
   WriteWholeFile(file, bytes);
   const RunResult raw = Run({"dump", file, "--raw", "--log"});
@@ -296,13 +296,11 @@ TEST_F(ZyraRspTest, RowsEqualTheSingleFileValues) {
     const Json probe = Json::parse(Run({"dump", seats[i], "--raw"}).out)["probe_info"];
     EXPECT_EQ(row["file"], seats[i]);
     EXPECT_EQ(row["status"], "ok");
-    EXPECT_EQ(row["label"], probe["PrLabel"]);
-    EXPECT_EQ(row["x_m"], probe["PrSite"][1]);
-    EXPECT_EQ(row["y_m"], probe["PrSite"][2]);
-    EXPECT_EQ(row["z_m"], probe["PrSite"][3]);
+    EXPECT_EQ((Json{row["label"], row["x_m"], row["y_m"], row["z_m"]}),
+              (Json{probe["PrLabel"], probe["PrSite"][1], probe["PrSite"][2], probe["PrSite"][3]}));
     for (const auto& [column, key] : singles) EXPECT_EQ(row[column], p["single"][key]) << column;
     for (const char* key : {"STI", "STI_statistic", "STIPA", "STI_rating"}) {
-      EXPECT_EQ(row[key == std::string("STI_rating") ? "STI_rating" : key], p[key]) << key;
+      EXPECT_EQ(row[key], p[key]) << key;
     }
     EXPECT_EQ(row["Alcons_STI_pct"], p["Alcons_STI"]);
     for (std::size_t k = 0; k < 7; ++k) {
@@ -321,18 +319,7 @@ TEST_F(ZyraRspTest, RowsEqualTheSingleFileValues) {
 // Rows come in the order of the names at one job and at four; a file that fails gives its row
 // and its line on standard error, the others go on, and the exit status is 1.
 TEST_F(ZyraRspTest, RowsKeepInputOrderAndFailuresGiveTheirRows) {
-  const fs::path dir = folder_ / "batch";
-  fs::create_directories(dir);
-  WriteWholeFile(dir / "text.rsp", "This is a text file, not a response file at all.\n");
-  const std::string demo = ReadWholeFile(Demo());
-  WriteWholeFile(dir / "truncated.rsp", demo.substr(0, demo.size() / 2));
-  CProbeRspClass empty;  // a model without pulses, its label Latin-1 as files hold texts
-  empty.ProbeInfo()->SetPrLabel("Sitz \xE9");
-  empty.ProbeInfo()->SetPrSite(1, 2.5F);
-  ByteStream stream;
-  empty.SaveToByteStream(stream);
-  const std::vector<uint8_t> bytes = stream.GetBytes();
-  WriteWholeFile(dir / "empty-model.rsp", std::string(bytes.begin(), bytes.end()));
+  const fs::path dir = Bad();
   const std::vector<std::string> seats = Seats();
   const struct {
     std::string file;

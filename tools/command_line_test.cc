@@ -91,9 +91,8 @@ TEST(CommandLineTest, FitLimitsAndPictureFormats) {
   }
   const auto eval =
       Parsed<EvalOptions>({"eval", "a.rsp", "--fit-limits", "0,-20.5", "--no-masking"});
-  EXPECT_EQ(eval.dFitUpper, 0.0);
-  EXPECT_EQ(eval.dFitLower, -20.5);
-  EXPECT_FALSE(eval.bMasking);
+  EXPECT_EQ(std::tuple(eval.dFitUpper, eval.dFitLower, eval.bMasking),
+            std::tuple(0.0, -20.5, false));
   EXPECT_TRUE(Parsed<EvalOptions>({"eval", "a.rsp"}).bMasking);
   const Outcome gif = Parse({"plot", "a.rsp", "-o", "etc.gif"});
   EXPECT_EQ(gif.parsed.exitStatus, kExitUsage);

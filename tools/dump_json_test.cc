@@ -55,39 +55,25 @@ TEST(DumpJsonTest, SectionsCarryExactlyTheDocumentedKeys) {
   EXPECT_TRUE(DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, nullptr)["init"].is_null());
 }
 
-TEST(DumpJsonTest, PulseFieldsInTheirFileForms) {
-  CPulsClass puls;
-  puls.SetTravel(0.1f);
-  puls.SetLinie(0, 0, 1.0f);
-  puls.SetLinie(1, 0, 2.0f);
-  puls.SetLinie(1, 1, std::nanf(""));
-  puls.SetRayX(3, -INFINITY);
-  puls.SetIsPseudo(true);
-  puls.SetIsBundle(true);
-  const Json json = PulsJson(puls);
-  EXPECT_EQ(json["Travel"].dump(), "0.1");
-  EXPECT_EQ(json["Linie"].dump(), R"([1.0,2.0,0.0,"NaN"])");
-  EXPECT_EQ(json["RayX"].dump(), R"([0.0,0.0,"-Infinity"])");
-  EXPECT_EQ(json["Flags"], kPulsFlagPseudo | kPulsFlagBundle);
-}
-
 TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
   CProbeRspClass file;
   BuildDemoHall(file);
   // A pulse with every awkward number form, written by the pulse writer as the document has it.
   CPulsClass& odd = file.Rsp()->Pulses()->AppendNewPuls();
-  odd.SetTravel(-0.0f);
+  odd.SetTravel(0.1f);
   odd.SetLinie(0, 0, 1e-45f);
   odd.SetLinie(1, 0, 3.4028235e38f);
   odd.SetLinie(0, 1, 123456.79f);
   odd.SetLinie(1, 1, std::nanf(""));
   odd.SetRayX(1, INFINITY);
   odd.SetRayX(2, -INFINITY);
-  odd.SetRayX(3, 1e-7f);
+  odd.SetRayX(3, -0.0f);
   odd.SetID(INT32_MIN);
   odd.SetID_Pseudo(INT32_MAX);
   odd.SetSPL(3, INT16_MIN);
   odd.SetPhase(21, INT16_MAX);
+  odd.SetIsPseudo(true);
+  odd.SetIsBundle(true);
   const ReadOutcome read{1, "Warning: \xE9", 20000, 1500.5f};
   const InitOutcome init{0, "", ErrorInfo{9, "Subscript out of range"}};
   std::ostringstream streamed;
@@ -97,6 +83,12 @@ TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
   EXPECT_EQ(parsed["init"].dump(),
             R"({"error":{"number":9,"description":"Subscript out of range"}})");
   EXPECT_EQ(parsed["read"]["message"], "Warning: \xC3\xA9");
+  // The pulse's fields in their file order and forms: Linie (0,0) (1,0) (0,1) (1,1).
+  const Json& pulse = parsed["pulses"].back();
+  EXPECT_EQ(pulse["Linie"].dump(), R"([1e-45,3.4028235e+38,123456.79,"NaN"])");
+  EXPECT_EQ(pulse["RayX"].dump(), R"(["Infinity","-Infinity",-0.0])");
+  EXPECT_EQ(pulse["Travel"].dump(), "0.1");  // a Single's shortest form
+  EXPECT_EQ(pulse["Flags"], kPulsFlagPseudo | kPulsFlagBundle);
 }
 
 TEST(EvalJsonTest, LayoutAndDerivedValues) {

@@ -1,23 +1,19 @@
 #include "tools/etc_plot.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cmath>
-#include <filesystem>
 #include <regex>
 #include <sstream>
 
 #include <gtest/gtest.h>
 
-#include "tools/commands.h"
+#include "testing/response_builder.h"
+#include "tools/demo_response.h"
 #include "tools/plot_data.h"
 #include "zyra/facade/response.h"
 
 namespace zyra::tool {
 namespace {
-
-namespace fs = std::filesystem;
 
 // Tags nest and close, and every '&' starts an entity: enough to know a browser will take it.
 bool WellFormedXml(const std::string& xml) {
@@ -154,11 +150,10 @@ TEST(EtcPlotTest, LabelsKeepClearAndTheTailRunsToTheAxisBottom) {
 // The demo hall: the tail of a band starts at tHall (later than tDiff there) and ends 60 dB
 // down one reverberation time later.
 TEST(PlotCommandTest, DemoTailAndPictures) {
-  const fs::path dir = fs::temp_directory_path() / ("zyra-plot-" + std::to_string(getpid()));
-  DemoOptions demo;
-  demo.sOutDir = dir;
-  ASSERT_EQ(RunDemo(demo), kExitSuccess);
-  Response response = Response::Open(dir / "demo-hall.rsp");
+  const testing::TempFolder dir;
+  CProbeRspClass demo;
+  BuildDemoHall(demo);
+  Response response = Response::Open(testing::WriteImage(demo, dir / "demo-hall.rsp"));
   const CProbeRspClass& file = response.Model();
   const Evaluation evaluation = response.Evaluate();
   for (const int32_t band : {3, 11, 21}) {
@@ -171,7 +166,6 @@ TEST(PlotCommandTest, DemoTailAndPictures) {
     EXPECT_NEAR(plot.tail.front().dLevel - plot.tail.back().dLevel, 60.0, 1e-6) << band;
     EXPECT_EQ(std::ranges::count(plot.arrivals, ArrivalKind::kDirect, &EtcArrival::eKind), 4);
   }
-  fs::remove_all(dir);
 }
 
 }  // namespace

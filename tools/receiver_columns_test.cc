@@ -1,13 +1,12 @@
 #include "tools/receiver_columns.h"
 
 #include <cmath>
-#include <filesystem>
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
+#include "testing/response_builder.h"
 #include "tools/band_choice.h"
-#include "tools/commands.h"
+#include "tools/demo_response.h"
 #include "zyra/facade/response.h"
 
 namespace zyra::tool {
@@ -56,14 +55,11 @@ TEST(ReceiverColumnsTest, MapColumnRules) {
 // The table of columns names what the facade's evaluation holds: every column finds its value
 // there, in the unit the facade gives it.
 TEST(ReceiverColumnsTest, ColumnsAreTheFacadesValuesInItsUnits) {
-  const std::filesystem::path dir =
-      std::filesystem::temp_directory_path() / ("zyra-columns-" + std::to_string(getpid()));
-  DemoOptions demo;
-  demo.sOutDir = dir;
-  ASSERT_EQ(RunDemo(demo), kExitSuccess);
-  Response response = Response::Open(dir / "demo-hall.rsp");
-  const Evaluation evaluation = response.Evaluate();
-  std::filesystem::remove_all(dir);
+  const testing::TempFolder dir;
+  CProbeRspClass demo;
+  BuildDemoHall(demo);
+  const Evaluation evaluation =
+      Response::Open(testing::WriteImage(demo, dir / "demo-hall.rsp")).Evaluate();
 
   for (const RowBands bands : {RowBands::kOctave, RowBands::kThird}) {
     const RowSchema schema(bands);

@@ -3,67 +3,27 @@
 #include "zyra/facade/response.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
 #include <cmath>
-#include <filesystem>
-#include <fstream>
 
-#include "testing/temp_folder.h"
+#include "testing/response_builder.h"
 #include "testing/test_support.h"
 #include "zyra/facade/file_access.h"
 
 namespace zyra {
 namespace {
 
-namespace fs = std::filesystem;
-
 class FacadeTest : public ::testing::Test {
  protected:
-  static void SetUpTestSuite() {
-    folder_ = fs::temp_directory_path() / ("zyra-facade-" + std::to_string(::getpid()));
-    fs::create_directories(folder_);
-  }
-  static void TearDownTestSuite() { fs::remove_all(folder_); }
-
   // A file whose loudspeaker's direct sound arrives at 10 ms with 20 dB (energy 100) in every
   // band, and, unless tReflection < 0, one reflection of the same energy tReflection ms later.
-  static std::string Write(const std::string& sName, double tReflection, bool bWithPulses = true) {
-    CProbeRspClass file;
-    file.ProbeInfo()->SetPrLabel("Sitz \xE9");
-    CSystemResponse& rsp = *file.Rsp();
-    if (bWithPulses) {
-      rsp.LspInfos()->SetCount(1);
-      rsp.LspInfo(1)->SetIsActive(true);
-      rsp.LspInfo(1)->SetPulsNr(AddPuls(rsp, 0, 10.0F));
-      if (tReflection >= 0.0) AddPuls(rsp, 1, static_cast<float>(10.0 + tReflection));
-    }
-    return WriteImage(sName, file);
+  std::string Write(const std::string& sName, double tReflection) {
+    testing::ResponseBuilder f(2000);
+    if (tReflection >= 0.0) f.Add(1, static_cast<float>(tReflection), 2000);
+    return testing::WriteImage(f.file, folder_ / sName);
   }
-  static int32_t AddPuls(CSystemResponse& rsp, int32_t lOrder, float fTravel) {
-    auto puls = std::make_shared<CPulsClass>();
-    puls->SetOrigin(1);
-    puls->SetROrder(lOrder);
-    puls->SetTravel(fTravel);
-    for (int32_t b = 1; b <= 21; ++b) puls->SetSPL(b, 2000);
-    return rsp.Pulses()->AddPuls(std::move(puls));
-  }
-  static std::string WriteImage(const std::string& sName, CProbeRspClass& file) {
-    ByteStream stream;
-    file.SaveToByteStream(stream);
-    return WriteBytes(sName, stream.GetBytes());
-  }
-  static std::string WriteBytes(const std::string& sName, const std::vector<uint8_t>& bytes) {
-    std::string path = folder_ / sName;
-    std::ofstream(path, std::ios::binary)
-        .write(reinterpret_cast<const char*>(bytes.data()),
-               static_cast<std::streamsize>(bytes.size()));
-    return path;
-  }
-  static fs::path folder_;
+  const testing::TempFolder folder_;
 };
-
-fs::path FacadeTest::folder_;
 
 TEST_F(FacadeTest, EvaluatesToClosedFormsLookedUpByFrequency) {
   constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
@@ -108,20 +68,10 @@ TEST_F(FacadeTest, EvaluatesToClosedFormsLookedUpByFrequency) {
 
 TEST_F(FacadeTest, ParametersOfAPureTailAndItsDecayCurve) {
   // 1 kHz holds the statistical tail alone: its decay is one exponential of the band's RT.
-  CProbeRspClass file;
-  CSystemResponse& rsp = *file.Rsp();
-  rsp.LspInfos()->SetCount(1);
-  rsp.LspInfo(1)->SetIsActive(true);
-  rsp.LspInfo(1)->SetPulsNr(AddPuls(rsp, 0, 10.0F));
-  rsp.Puls(1)->SetSPL(11, 0);
-  CETCInfoClass& etc = *file.ETC();
-  etc.SetVolume(400.0F);
-  for (int32_t b = 1; b <= 21; ++b) {
-    etc.SetAbsorp(b, 0.25F);
-    etc.SetPower(b, 90.0F);
-    etc.SetRTime(b, 1.5F);
-  }
-  Response response = Response::Open(WriteImage("tail.rsp", file));
+  testing::ResponseBuilder f(2000);
+  f.file.Rsp()->Puls(1)->SetSPL(11, 0);
+  f.Room(400.0F, 1.5F);
+  Response response = Response::Open(testing::WriteImage(f.file, folder_ / "tail.rsp"));
   const Evaluation result = response.Evaluate();
   EXPECT_NEAR(result.T30_s(1000), 1.5, 1e-3);
   EXPECT_NEAR(result.EDT_s(1000), 1.5, 1e-3);
@@ -142,12 +92,12 @@ TEST_F(FacadeTest, ParametersOfAPureTailAndItsDecayCurve) {
 TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
   const std::string good = Write("good.rsp", 100.0);
   const std::string bytes = testing::ReadWholeFile(good);
-  const std::string truncated =
-      WriteBytes("truncated.rsp", std::vector<uint8_t>(bytes.begin(), bytes.end() - 20));
-  const std::string sText = "This is a text file, not a response file at all.\n";
-  const std::string text = WriteBytes("text.rsp", std::vector<uint8_t>(sText.begin(), sText.end()));
-  fs::create_directories(folder_ / "folder.rsp");
-  const std::string empty = Write("empty-model.rsp", -1.0, false);
+  const std::string truncated = folder_ / "truncated.rsp", text = folder_ / "text.rsp";
+  testing::WriteWholeFile(truncated, bytes.substr(0, bytes.size() - 20));
+  testing::WriteWholeFile(text, "This is a text file, not a response file at all.\n");
+  std::filesystem::create_directories(folder_ / "folder.rsp");
+  CProbeRspClass model;
+  const std::string empty = testing::WriteImage(model, folder_ / "empty-model.rsp");
   testing::RecordingBusy cancel(1);
   const struct {
     std::string path;

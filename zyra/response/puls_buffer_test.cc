@@ -85,20 +85,6 @@ TEST(PulsBufferTest, SetCountResetsTheBufferAndReleasesLargeOnesSlotBySlotWithPr
   }
 }
 
-TEST(PulsBufferTest, SetCountPreserveKeepsReferencesAndFillsEmptySlots) {
-  CPulsBufferClass buffer;
-  const auto kept = PulsWithID(5);
-  buffer.AddPuls(kept);
-  buffer.AddPuls(PulsWithID(6));
-  buffer.SetPuls(2, nullptr);
-  buffer.SetPuls(0, nullptr);
-  buffer.SetMaxOrder(9);
-  buffer.SetCountPreserve(3);
-  EXPECT_EQ(buffer.Puls(1), kept);
-  for (const int32_t i : {0, 2, 3}) EXPECT_NE(buffer.Puls(i), nullptr) << i;
-  EXPECT_EQ(buffer.MaxOrder(), 9);
-}
-
 TEST(PulsBufferTest, ReferencesHandedOutFollowTheirPulsesThroughARearrangement) {
   CPulsBufferClass buffer;
   buffer.SetCount(5, nullptr);

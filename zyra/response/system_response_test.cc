@@ -17,8 +17,7 @@ using testing::StreamHex;
 // loudspeaker whose group is invalid (saved); 5 a bundle member (saved unless bundles are
 // dropped). A pulse's ID is its row number.
 CSystemResponse MakeResponse() {
-  // Loudspeakers: active, coherence, invalid, member. Pulses: Origin, ROrder, inactive,
-  // coherence.
+  // Loudspeakers: active, coherence, invalid, member. Pulses: Origin, ROrder, inactive, coherence.
   const bool lsps[][4] = {{1, 0, 0, 0}, {0, 0, 0, 0}, {1, 1, 0, 0}, {1, 1, 1, 0}, {1, 0, 0, 1}};
   const int32_t pulses[][4] = {
       {1, 0, 0, 0},  // saved 1, Origin 1

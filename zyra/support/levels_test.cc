@@ -40,6 +40,22 @@ LevelsModule Define(const std::vector<TestPuls>& pulses) {
   return module;
 }
 
+// n pulses with random levels iMin..iMax and phases in every band, arriving at tMin..tMax ms.
+std::vector<TestPuls> RandomPulses(std::mt19937& random, size_t n, int iMin, int iMax, double tMin,
+                                   double tMax) {
+  std::uniform_int_distribution<int> spl(iMin, iMax), phase(-31416, 31416);
+  std::uniform_real_distribution<double> arrival(tMin, tMax);
+  std::vector<TestPuls> pulses(n);
+  for (TestPuls& p : pulses) {
+    for (size_t b = 0; b < 22; ++b) {
+      p.spl[b] = static_cast<int16_t>(spl(random));
+      p.phase[b] = static_cast<int16_t>(phase(random));
+    }
+    p.arrival = arrival(random);
+  }
+  return pulses;
+}
+
 std::pair<double, double> Sum(const LevelsModule& module, int32_t band, int32_t mode = 9) {
   double level = 0.0;
   double phase = 0.0;
@@ -79,20 +95,10 @@ TEST(LevelsTest, ClosedCases) {
 
 TEST(LevelsTest, BandAverageMatchesNumericalAverageOverTheBand) {
   std::mt19937 random(20240611);
-  std::uniform_int_distribution<int> count(2, 6);
-  std::uniform_int_distribution<int> spl(2000, 8000);
-  std::uniform_int_distribution<int> phase(-31416, 31416);
-  std::uniform_real_distribution<double> arrival(10.0, 20.0);
-  std::uniform_int_distribution<int> band(1, 21);
+  std::uniform_int_distribution<int> count(2, 6), band(1, 21);
   for (int trial = 0; trial < 40; ++trial) {
-    std::vector<TestPuls> pulses(static_cast<size_t>(count(random)));
-    for (TestPuls& p : pulses) {
-      for (size_t b = 0; b < 22; ++b) {
-        p.spl[b] = static_cast<int16_t>(spl(random));
-        p.phase[b] = static_cast<int16_t>(phase(random));
-      }
-      p.arrival = arrival(random);
-    }
+    const std::vector<TestPuls> pulses =
+        RandomPulses(random, static_cast<size_t>(count(random)), 2000, 8000, 10.0, 20.0);
     const int32_t b = band(random);
     const auto [level, dPhase] = Sum(Define(pulses), b);
 
@@ -132,17 +138,7 @@ TEST(LevelsTest, LargeGroupsEqualTheirPairByPairSum) {
   // Enough members over 40 ms that the band mean of the sum's power is taken instead of the
   // pairs; the pairs, summed here literally, are the reference.
   std::mt19937 random(5);
-  std::uniform_int_distribution<int> spl(-100, 9000);
-  std::uniform_int_distribution<int> phase(-31416, 31416);
-  std::uniform_real_distribution<double> arrival(5.0, 45.0);
-  std::vector<TestPuls> pulses(600);
-  for (TestPuls& p : pulses) {
-    for (size_t b = 0; b < 22; ++b) {
-      p.spl[b] = static_cast<int16_t>(spl(random));
-      p.phase[b] = static_cast<int16_t>(phase(random));
-    }
-    p.arrival = arrival(random);
-  }
+  const std::vector<TestPuls> pulses = RandomPulses(random, 600, -100, 9000, 5.0, 45.0);
   const LevelsModule module = Define(pulses);
   double earliest = pulses[0].arrival;
   for (const TestPuls& p : pulses) earliest = std::min(earliest, p.arrival);

@@ -44,19 +44,14 @@ TEST(ErrorsTest, EveryNumberHasItsDescriptionAndReportsNameTheProcedure) {
 }
 
 TEST(TextFormTest, NumbersInTheirDefaultForms) {
-  EXPECT_EQ(ToText(int16_t{-7}), "-7");
-  EXPECT_EQ(ToText(int32_t{2147483647}), "2147483647");
-  EXPECT_EQ(ToText(1.5F), "1.5");
-  EXPECT_EQ(ToText(1e20F), "1E+20");
-  EXPECT_EQ(ToText(1.5e-5F), "1.5E-05");
-  EXPECT_EQ(ToText(-0.25F), "-0.25");
-  EXPECT_EQ(ToText(0.1F), "0.1");  // seven digits hide the float's binary tail
-  EXPECT_EQ(ToText(1.0 / 3.0), "0.333333333333333");
-  EXPECT_EQ(ToText(true), "True");
-  EXPECT_EQ(ToText(false), "False");
-  EXPECT_EQ(ToStrText(int32_t{-1}), "-1");
-  EXPECT_EQ(ToStrText(int32_t{0}), " 0");
-  EXPECT_EQ(ToStrText(1000.0), " 1000");
+  // Seven digits for a Single hide its binary tail (0.1).
+  EXPECT_EQ((std::vector{ToText(int16_t{-7}), ToText(int32_t{2147483647}), ToText(1.5F),
+                         ToText(1e20F), ToText(1.5e-5F), ToText(-0.25F), ToText(0.1F),
+                         ToText(1.0 / 3.0), ToText(true), ToText(false)}),
+            (std::vector<std::string>{"-7", "2147483647", "1.5", "1E+20", "1.5E-05", "-0.25", "0.1",
+                                      "0.333333333333333", "True", "False"}));
+  EXPECT_EQ((std::vector{ToStrText(int32_t{-1}), ToStrText(int32_t{0}), ToStrText(1000.0)}),
+            (std::vector<std::string>{"-1", " 0", " 1000"}));
 }
 
 TEST(FlagsTest, FileExistsOnlyForFiles) {
