@@ -44,24 +44,7 @@ int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
 
 void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
   std::array<int16_t, 22>& phases = phase_.Values();
-  // Sums within +-31415 need no wrapping (see AddPhases): when all bands' are, all are stored
-  // at once; otherwise band by band, calling AddPhases for those that wrap.
-  std::array<int32_t, 21> sums{};
-  int32_t lLow = 0;
-  int32_t lHigh = 0;
-  for (size_t b = 0; b < sums.size(); ++b) {
-    sums[b] = int32_t{phases[b + 1]} + int32_t{iaPhase[b]};
-    lLow = std::min(lLow, sums[b]);
-    lHigh = std::max(lHigh, sums[b]);
-  }
-  if (lLow >= -31415 && lHigh <= 31415) {
-    for (size_t b = 0; b < sums.size(); ++b) phases[b + 1] = static_cast<int16_t>(sums[b]);
-    return;
-  }
-  for (size_t b = 0; b < sums.size(); ++b) {
-    const bool bInRange = sums[b] >= -31415 && sums[b] <= 31415;
-    phases[b + 1] = bInRange ? static_cast<int16_t>(sums[b]) : AddPhases(phases[b + 1], iaPhase[b]);
-  }
+  for (size_t b = 1; b <= 21; ++b) phases[b] = AddPhases(phases[b], iaPhase[b - 1]);
 }
 
 bool CPulsClass::IsActiveForCalc(bool bIsInterferenceOn) const noexcept {

@@ -83,14 +83,4 @@ double Alcons(float fUseful, float fHarmful, float fNoise, float fRT, SL_EAlcons
   return std::clamp(alcons, 0.0, 100.0);
 }
 
-int16_t AddPhases(int16_t iPhase1, int16_t iPhase2) {
-  const int32_t lSum = static_cast<int32_t>(iPhase1) + static_cast<int32_t>(iPhase2);
-  // Within +-31415 the sum is below pi, so the wrap leaves it as it is: the common case of
-  // preparing a million pulses needs no remainder.
-  if (lSum >= -31415 && lSum <= 31415) return static_cast<int16_t>(lSum);
-  const double x = lSum * 0.0001;
-  const double wrapped = std::remainder(x, 2.0 * std::numbers::pi);
-  return RoundToInt<int16_t>(wrapped * 10000.0);
-}
-
 }  // namespace zyra
