@@ -4,6 +4,45 @@
 
 namespace zyra {
 
+namespace {
+
+// The sums a pulse behind every limit changes.
+struct LateSums {
+  double total, r0, r3, d0, d3;
+};
+
+// Pulses behind every limit (t >= tLate after tRef), added in a loop that holds only their five
+// sums: inside the loop over all pulses, which holds every sum, one of them would live in
+// memory and each addition would wait for a store.
+struct LateRun {
+  const double* arrival;
+  const double* energy;
+  const uint8_t* direct;
+  size_t n;
+  double tRef;
+  double tLate;
+
+  // Adds pulses from i on while they are late; the index of the first that is not (or n).
+  [[gnu::noinline]] size_t Add(size_t i, LateSums& sums) const {
+    double total = sums.total, r0 = sums.r0, r3 = sums.r3, d0 = sums.d0, d3 = sums.d3;
+    for (; i < n && arrival[i] - tRef >= tLate; ++i) {
+      const double e = energy[i];
+      total = total + e;
+      if (direct[i] != 0) {
+        d0 = d0 + e;
+        d3 = d3 + e;
+      } else {
+        r0 = r0 + e;
+        r3 = r3 + e;
+      }
+    }
+    sums = {total, r0, r3, d0, d3};
+    return i;
+  }
+};
+
+}  // namespace
+
 int32_t CCalcResults::AddHallEnergy(int32_t iTerz1, double dEHall, double dRT,
                                     bool bStartAtDiffuseTime) {
   const size_t b = Band(iTerz1);
@@ -164,8 +203,26 @@ int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> da
     // The split parts in registers too: [reflection, direct] x part 0..3.
     double r0 = x.split[0][0], r1 = x.split[0][1], r2 = x.split[0][2], r3 = x.split[0][3];
     double d0 = x.split[1][0], d1 = x.split[1][1], d2 = x.split[1][2], d3 = x.split[1][3];
+    // Behind every limit (and beyond the bins) a pulse adds to the total and the last split
+    // part only: most pulses of a response, added by a loop of their own.
+    const LateRun late{daArrivalAbsolute.data(),
+                       daEnergy.data(),
+                       isDirectSound.data(),
+                       n,
+                       tRef_,
+                       std::max({80.0, 50.0, tSplit_, tDiff_})};
     for (size_t i = 0; i < n; ++i) {
       const double t = daArrivalAbsolute[i] - tRef_;
+      if (bSkipZeros && t >= late.tLate) {
+        LateSums sums{total, r0, r3, d0, d3};
+        i = late.Add(i, sums) - 1;
+        total = sums.total;
+        r0 = sums.r0;
+        r3 = sums.r3;
+        d0 = sums.d0;
+        d3 = sums.d3;
+        continue;
+      }
       const double e = daEnergy[i];
       total = total + e;
       if (bSkipZeros) {

@@ -195,31 +195,38 @@ TEST(CalcResultsTest, PulsesInOneGoSumAsOneByOneToTheBit) {
     arrivals.push_back(110.0 + k);
     direct.push_back(0);
   }
-  CCalcResults one, batch;
-  for (CCalcResults* r : {&one, &batch}) SetTimes(*r, 100.0, 20.0, 30.0, 10.0);
-  for (const int32_t band : {3, 11}) {
-    int32_t errorOne = 0;
-    for (size_t k = 0; k < energies.size() && errorOne == 0; ++k) {
-      errorOne = testing::ErrorNumberOf(
-          [&] { one.AddPulsEnergy(band, arrivals[k], energies[k], direct[k] != 0); });
-    }
-    EXPECT_EQ(errorOne, kErrOverflow);
-    EXPECT_EQ(
-        testing::ErrorNumberOf([&] { batch.AddPulsEnergies(band, arrivals, energies, direct); }),
-        kErrOverflow);
-    const auto sums = [band](const CCalcResults& r) {
-      std::vector<double> v = {r.Etotal(band), r.E7(band), r.E50(band), r.E80(band),
-                               r.ESplit(band)};
-      for (int32_t part = 0; part < 4; ++part) {
-        v.push_back(r.EDir(part, band));
-        v.push_back(r.ERef(part, band));
+  // The first 400 sum without an overflow (the batched path), the whole list with one.
+  for (const size_t count : {size_t{400}, energies.size()}) {
+    CCalcResults one, batch;
+    for (CCalcResults* r : {&one, &batch}) SetTimes(*r, 100.0, 20.0, 30.0, 10.0);
+    const int32_t lExpected = count == 400 ? 0 : kErrOverflow;
+    for (const int32_t band : {3, 11}) {
+      int32_t errorOne = 0;
+      for (size_t k = 0; k < count && errorOne == 0; ++k) {
+        errorOne = testing::ErrorNumberOf(
+            [&] { one.AddPulsEnergy(band, arrivals[k], energies[k], direct[k] != 0); });
       }
-      for (int32_t bin = 0; bin <= 50; ++bin) v.push_back(r.Exx(bin, 1));
-      return v;
-    };
-    EXPECT_EQ(sums(one), sums(batch)) << band;
+      EXPECT_EQ(errorOne, lExpected);
+      EXPECT_EQ(testing::ErrorNumberOf([&] {
+                  batch.AddPulsEnergies(band, std::span(arrivals).first(count),
+                                        std::span(energies).first(count),
+                                        std::span(direct).first(count));
+                }),
+                lExpected);
+      const auto sums = [band](const CCalcResults& r) {
+        std::vector<double> v = {r.Etotal(band), r.E7(band), r.E50(band), r.E80(band),
+                                 r.ESplit(band)};
+        for (int32_t part = 0; part < 4; ++part) {
+          v.push_back(r.EDir(part, band));
+          v.push_back(r.ERef(part, band));
+        }
+        for (int32_t bin = 0; bin <= 50; ++bin) v.push_back(r.Exx(bin, 1));
+        return v;
+      };
+      EXPECT_EQ(sums(one), sums(batch)) << band;
+    }
+    EXPECT_EQ(one.ExxSum(50, 1), batch.ExxSum(50, 1));
   }
-  EXPECT_EQ(one.ExxSum(50, 1), batch.ExxSum(50, 1));
 }
 
 }  // namespace
