@@ -200,22 +200,38 @@ void CEnergyTimeResponse::SumOctave(int32_t iOctave, COctaveSums& sums) const {
     const double c = GroupCentre(g);
     const size_t begin = laGroupBegin_[g];
     const size_t end = laGroupBegin_[g + 1];
-    std::array<double, 3> e0{}, e1{};
-    std::array<double, kMoments> m{};
+    // Every sum in a variable of its own: in arrays indexed in loops they would live in
+    // memory, and each addition would wait for the store of the one before.
+    static_assert(kMoments == 6);
+    double e0a = 0.0, e0b = 0.0, e0c = 0.0, e1a = 0.0, e1b = 0.0, e1c = 0.0;
+    double m0 = 0.0, m1 = 0.0, m2 = 0.0, m3 = 0.0, m4 = 0.0, m5 = 0.0;
     for (size_t i = begin; i < end; ++i) {
       const double d = times[i] - c;
-      double term = 0.0;
-      for (size_t j = 0; j < 3; ++j) {
-        const double e = CountedEnergy(energyByLevel, levels[j][i]);
-        e0[j] += e;
-        e1[j] += e * d;
-        term += e;
-      }
-      for (size_t p = 0; p < kMoments; ++p) {
-        m[p] += term;
-        term *= d;
-      }
+      const double ea = CountedEnergy(energyByLevel, levels[0][i]);
+      const double eb = CountedEnergy(energyByLevel, levels[1][i]);
+      const double ec = CountedEnergy(energyByLevel, levels[2][i]);
+      e0a += ea;
+      e1a += ea * d;
+      e0b += eb;
+      e1b += eb * d;
+      e0c += ec;
+      e1c += ec * d;
+      double term = ((0.0 + ea) + eb) + ec;
+      m0 += term;
+      term *= d;
+      m1 += term;
+      term *= d;
+      m2 += term;
+      term *= d;
+      m3 += term;
+      term *= d;
+      m4 += term;
+      term *= d;
+      m5 += term;
     }
+    const std::array<double, 3> e0{e0a, e0b, e0c};
+    const std::array<double, 3> e1{e1a, e1b, e1c};
+    const std::array<double, kMoments> m{m0, m1, m2, m3, m4, m5};
     for (size_t p = 0; p < kMoments; ++p) sums.daMoment[p][g] = m[p];
 
     const int32_t sample = laGroupSample_[g];
