@@ -48,9 +48,9 @@ class CProbeRspClass {
                        const std::string& sAppVrsnString, int32_t& nRaysPerLspk, float& fCutOffTime,
                        std::string& sErrorMessage, BusyIndicator* cBusy,
                        bool bIgnoreInActivePulses = false, Logger* cReadLogger = nullptr);
-  // ReadRSPFile on a file the host has already opened (binary, readable from its start), so
-  // that it needs to open it only once; sPath and sFile only name it. An empty file reads as
-  // an empty response.
+  // ReadRSPFile on a file the host has already opened (binary, seekable), so that it needs to
+  // open it only once; it is read a window at a time, from its start, and its position is
+  // left anywhere. sPath and sFile only name it. An empty file reads as an empty response.
   int32_t ReadRSPStream(std::istream& cFile, const std::string& sPath, const std::string& sFile,
                         bool bIsDefaultLocalRT, const std::string& sAppVrsnString,
                         int32_t& nRaysPerLspk, float& fCutOffTime, std::string& sErrorMessage,
@@ -121,8 +121,9 @@ class CProbeRspClass {
   void SetInfoText(std::shared_ptr<CRspInfoTextClass> cInfo) { infoText_ = std::move(cInfo); }
 
  private:
-  // The reading steps after the file is in memory; run-time errors leave it. The blocks of the
-  // walk are read through one table from block kind to reader.
+  // The reading steps on a stream over the file (a window of it at a time) or its bytes in
+  // memory; run-time errors leave it. The blocks of the walk are read through one table from
+  // block kind to reader.
   int32_t ReadImage(ByteStream& stream, const std::string& sPath, const std::string& sFile,
                     bool bIsDefaultLocalRT, const std::string& sAppVrsnString,
                     int32_t& nRaysPerLspk, float& fCutOffTime, std::string& sErrorMessage,
