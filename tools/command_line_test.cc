@@ -84,7 +84,7 @@ TEST(CommandLineTest, FitLimitsAndPictureFormats) {
   const Outcome gif = Parse({"plot", "a.rsp", "-o", "etc.gif"});
   EXPECT_EQ(gif.parsed.exitStatus, kExitUsage);
   EXPECT_NE(gif.err.find("'.gif'"), std::string::npos) << gif.err;
-  EXPECT_EQ(Parse({"plot", "a.rsp", "-o", "etc"}).parsed.exitStatus, kExitUsage);
+  EXPECT_EQ(Parse({"plot", "a.rsp", "-o", "dir.svg/etc"}).parsed.exitStatus, kExitUsage);
   const auto octaves = Parsed<PlotOptions>({"plot", "a.rsp", "--decay", "-o", "d.PDF"});
   EXPECT_TRUE(octaves.bDecay && !octaves.bOneBand);
   const auto band =

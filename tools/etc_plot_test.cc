@@ -27,19 +27,6 @@ bool StartsAsItsFormat(PictureFormat eFormat, const std::vector<uint8_t>& bytes)
   return false;
 }
 
-TEST(PictureTest, ExtensionChoosesTheFormat) {
-  const struct {
-    const char* path;
-    std::optional<PictureFormat> format;
-  } rows[] = {
-      {"out/E.PNG", PictureFormat::kPng}, {"a.b.pdf", PictureFormat::kPdf},
-      {"etc.gif", std::nullopt},          {".svg", std::nullopt},
-      {"dir.svg/etc", std::nullopt},
-  };
-  for (const auto& row : rows) EXPECT_EQ(PictureFormatOf(row.path), row.format) << row.path;
-  EXPECT_EQ(ExtensionOf("dir.v2/etc.Gif"), ".Gif");
-}
-
 // Crowded marks (a split at 48 ms runs into the 50 ms label) and a two-second tail: every text
 // keeps clear of every other and stays on the page, the time axis names tRef, and the tail is
 // followed until it leaves the level axis.
