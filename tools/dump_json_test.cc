@@ -52,7 +52,6 @@ TEST(DumpJsonTest, SectionsCarryExactlyTheDocumentedKeys) {
   EXPECT_EQ(dump["probe_info"]["PrRoom"],
             "Konzertsaal, Gro\xC3\x9F"
             "er Saal");
-  EXPECT_TRUE(DumpJson(file, CFileHeaderClass{}, ReadOutcome{}, nullptr)["init"].is_null());
 }
 
 TEST(DumpJsonTest, StreamedTextEqualsTheWholeDocument) {
