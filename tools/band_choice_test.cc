@@ -11,24 +11,17 @@ TEST(BandChoiceTest, NumbersBelowHundredAreBandsFrequenciesMustBeNominalCentres)
     int32_t band;             // 0: no band
     const char* problemPart;  // a part of the problem text
   } rows[] = {
-      {"11", 11, ""},
       {"1", 1, ""},
       {"21", 21, ""},
-      {"1000", 11, ""},
       {"1000Hz", 11, ""},
-      {"1k", 11, ""},
       {"1.25kHz", 12, ""},
       {"100", 1, ""},
       {"10000", 21, ""},
       {"0", 0, "no band 0"},
       {"22", 0, "no band 22"},
       {"11.5", 0, "no band 11.5"},
-      {"-3", 0, "no band -3"},
       {"1001", 0, "nearest: 1000 Hz or 1250 Hz"},
       {"11Hz", 0, "nearest: 100 Hz"},
-      {"20000", 0, "nearest: 10000 Hz"},
-      {"", 0, "is not a band"},
-      {"1e3", 11, ""},
       {"nan", 0, "is not a band"},
       {"1000Hzz", 0, "is not a band"},
   };

@@ -1,7 +1,6 @@
 #include "tools/progress_bar.h"
 
 #include <algorithm>
-#include <cmath>
 #include <csignal>
 #include <functional>
 #include <sstream>
@@ -44,18 +43,6 @@ TEST(TerminalProgressTest, SilentInAPipeAndRedrawnAboutOncePerIntervalOnATermina
     progress.Done();
     EXPECT_TRUE(out.str().ends_with("\r" + std::string(text.size() - last - 1, ' ') + "\r"));
   }
-}
-
-TEST(TerminalProgressTest, BarLineClipsTheFraction) {
-  const std::string empty = "Test [>" + std::string(29, ' ') + "]   0%";
-  const std::string full = "Test [" + std::string(30, '=') + "] 100%";
-  for (const double fraction : {0.0, -3.0, std::nan("")}) {
-    EXPECT_EQ(TerminalProgress::BarLine("Test", fraction), empty) << fraction;
-  }
-  EXPECT_EQ(TerminalProgress::BarLine("Test", 7.0), full);
-  EXPECT_EQ(TerminalProgress::BarLine("Test", 0.5),
-            "Test [" + std::string(15, '=') + ">" + std::string(14, ' ') + "]  50%");
-  EXPECT_TRUE(TerminalProgress::BarLine("a\nb", 0.0).starts_with("a b"));  // one line
 }
 
 void MarkingHandler(int) {}

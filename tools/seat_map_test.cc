@@ -62,19 +62,5 @@ TEST(SeatMapTest, EqualScalesAndEveryValueReadable) {
   EXPECT_THROW(Draw(SeatMapData{}, sparseSize), RuntimeError);
 }
 
-TEST(SeatMapTest, ScaleRunsFromDarkToLight) {
-  const Rgb low = ScaleColour(0.0);
-  const Rgb high = ScaleColour(1.0);
-  const auto grey = [](const Rgb& c) { return 0.3 * c.r + 0.59 * c.g + 0.11 * c.b; };
-  double previous = -1.0;
-  for (int i = 0; i <= 16; ++i) {
-    const double g = grey(ScaleColour(i / 16.0));
-    EXPECT_GT(g, previous) << i;  // darker to lighter throughout: it reads in grey too
-    previous = g;
-  }
-  EXPECT_EQ(grey(ScaleColour(-1.0)), grey(low));
-  EXPECT_EQ(grey(ScaleColour(2.0)), grey(high));
-}
-
 }  // namespace
 }  // namespace zyra::tool
