@@ -170,8 +170,7 @@ TEST(RecordsTest, PulsActiveForCalcByFlagsAndMode) {
                {kPulsFlagPseudo, false, true},
                {kPulsFlagMember, true, false},
                {kPulsFlagCoherence, false, false},
-               {kPulsFlagInactive, false, false},
-               {kPulsFlagPseudo | kPulsFlagMember, false, false},
+               {kPulsFlagInactive | kPulsFlagMember, false, false},
                {kPulsFlagBundle | kPulsFlagLspOff, true, true}};
   for (const auto& c : cases) {
     CPulsClass puls;
@@ -209,20 +208,6 @@ TEST(RecordsTest, PulsCalcValuesFollowTheLevelInHundredthsOfADecibel) {
   ASSERT_EQ(levels.size(), 21u);
   EXPECT_EQ(levels.front(), 0x11);
   EXPECT_EQ(levels.back(), 0x25);
-}
-
-TEST(RecordsTest, PulsRayPointsAgainstTheDirectionOfIncidence) {
-  CPulsClass straight;
-  straight.CalculateRayFromAngles();
-  EXPECT_EQ(straight.RayX(1), -1.0f);
-  EXPECT_TRUE(std::signbit(straight.RayX(2)));
-  EXPECT_TRUE(std::signbit(straight.RayX(3)));
-  // The angle passes through a Single: cos of float(pi/2) is about -4.37E-08.
-  CPulsClass up;
-  up.SetVerAngle(90);
-  up.CalculateRayFromAngles();
-  EXPECT_FLOAT_EQ(up.RayX(1), 4.371139e-08f);
-  EXPECT_EQ(up.RayX(3), -1.0f);
 }
 
 }  // namespace
