@@ -58,8 +58,6 @@ TEST(RoomParametersTest, TailAloneIsTheStatisticalRoom) {
     // A diffuse field all after 5 ms: u_y^2 averages 1/3, |u_y| 1/2.
     EXPECT_NEAR(set.JLF[5], 1.0 / 3.0, 1e-12);
     EXPECT_NEAR(set.JLFC_single, 0.5, 1e-12);
-    EXPECT_NEAR(set.T30_single, fRT, 1e-9 * fRT);
-    EXPECT_NEAR(set.EDT[21], fRT, 1e-9 * fRT);
   }
 }
 
@@ -87,11 +85,7 @@ TEST(RoomParametersTest, LateralFractionIsTheShareOfSideEnergy) {
     int16_t iHor, iVer;
     double dCos2, dCos1;  // u_y^2 and |u_y| of the side arrivals
   };
-  const Row rows[] = {{90, 0, 1.0, 1.0},
-                      {-90, 0, 1.0, 1.0},
-                      {30, 0, 0.25, 0.5},
-                      {90, 60, 0.25, 0.5},
-                      {0, 45, 0.0, 0.0}};
+  const Row rows[] = {{-90, 0, 1.0, 1.0}, {90, 60, 0.25, 0.5}, {0, 45, 0.0, 0.0}};
   for (const Row& row : rows) {
     ResponseBuilder f(6000);  // frontal direct sound, E = 10^6
     for (const float t : {10.0F, 20.0F, 40.0F, 70.0F}) f.Add(1, t, 5000, row.iHor, row.iVer);
