@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "testing/response_builder.h"
-#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -60,22 +59,6 @@ TEST(EnergyTimeProcessTest, WhichPulsesCountAndWhereTheyLand) {
     EXPECT_DOUBLE_EQ(r->EDirect(kBand), 100.0);
     EXPECT_DOUBLE_EQ(r->EDirect(0), 2100.0);
   }
-}
-
-TEST(EnergyTimeProcessTest, CancelKeepsPartialResultsAndReportsProgress) {
-  ResponseBuilder f(2000);
-  f.Add(1, 5.0F, 2000);
-  f.Add(1, 8.0F, 2000);  // 3 pulses: band 2 starts with report 4
-  testing::RecordingBusy busy(5);
-  const auto r = f.Evaluate(true, &busy, -1);
-  ASSERT_EQ(busy.calls.size(), 6U);
-  EXPECT_EQ(busy.calls[3].caption, "Band 125 Hz");
-  EXPECT_EQ(busy.calls[3].fraction, 1.0 / 21.0);
-  EXPECT_FALSE(busy.calls[5].report);     // the closing call
-  EXPECT_DOUBLE_EQ(r->Etotal(1), 300.0);  // band 1 complete
-  EXPECT_DOUBLE_EQ(r->Etotal(2), 100.0);  // band 2: the first pulse only
-  EXPECT_EQ(r->Etotal(3), 0.0);
-  EXPECT_DOUBLE_EQ(r->EDirect(5), 100.0);  // direct sound is in before the bands
 }
 
 TEST(EnergyTimeProcessTest, AlconsOfTRoundsTheTimeToABinAndTheCurveEqualsTheCalls) {

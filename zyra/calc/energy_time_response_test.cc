@@ -97,24 +97,5 @@ TEST(EnergyTimeResponseTest, GroupedSumsEqualSumsOverArrivals) {
   }
 }
 
-TEST(EnergyTimeResponseTest, ArrivalsWithoutTimeAreKeptApart) {
-  ResponseBuilder f(7000);
-  f.Add(1, 20.0F, 5000);
-  f.Add(1, NAN, 5000);
-  f.Add(1, 5.0F, 5000);
-  const auto r = f.Evaluate(true);
-  const CEnergyTimeResponse response(f.file, *r, true);
-  ASSERT_EQ(response.Count(), 4U);
-  ASSERT_EQ(response.PlacedCount(), 3U);
-  EXPECT_EQ(response.Arrival(1), 5.0);
-  EXPECT_TRUE(std::isnan(response.Arrival(3)));
-  COctaveSums sums;
-  response.SumOctave(1, sums);
-  EXPECT_NEAR(sums.bands[0].dETimeless, 1e5, 1e-6);
-  std::array<double, 1> daM{};
-  response.OctaveModulation(sums, std::array<double, 1>{1.0}, daM);
-  EXPECT_TRUE(std::isnan(daM[0]));
-}
-
 }  // namespace
 }  // namespace zyra

@@ -126,7 +126,7 @@ TEST(RoomParametersTest, MissingDataGivesNaNNeverAnErrorButFitLimitsThatAreNoRan
     f.Room(900.0F, 1.0F);
     f.Add(1, NAN, 5000);
   });
-  EXPECT_THAT((V{nanArrival.oT30[3], nanArrival.Ts[11]}), nan);
+  EXPECT_THAT((V{nanArrival.oT30[3], nanArrival.Ts[11], nanArrival.mtf[0][0]}), nan);
   // A response without pulses, and results Calculate left untouched.
   const CProbeRspClass empty;
   const CParameterSet set = CalculateParameters(empty, CCalcResults(), CParameterOptions());

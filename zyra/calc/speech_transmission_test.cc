@@ -72,7 +72,6 @@ TEST(SpeechTransmissionTest, StatisticalModulationAndFrequencies) {
   EXPECT_EQ(OctaveFrequency(7), 8000.0);
   EXPECT_EQ(STIPAFrequency(5, 1), 6.25);
   EXPECT_EQ(testing::ErrorNumberOf([] { OctaveFrequency(0); }), 9);
-  EXPECT_EQ(testing::ErrorNumberOf([] { ModulationFrequency(14); }), 9);
   EXPECT_EQ(testing::ErrorNumberOf([] { STIPAFrequency(1, 2); }), 9);
 }
 

@@ -160,10 +160,8 @@ TEST(SystemResponseTest, PulsReaderFiltersAndReportsBundlesWithoutPseudoPulse) {
     bool bInactive, bPseudos, bBundles;
     std::vector<int32_t> ids;
   } cases[] = {
-      {0, false, false, false, {1, 2, 3, 4, 5}},
-      {0, true, false, false, {1, 3, 4, 5}},
-      {0, false, true, false, {1, 2, 4, 5}},
-      {0, false, false, true, {1, 2, 3}},
+      {0, false, false, false, {1, 2, 3, 4, 5}}, {0, true, false, false, {1, 3, 4, 5}},
+      {0, false, true, false, {1, 2, 4, 5}},     {0, false, false, true, {1, 2, 3}},
       {1, false, false, false, {1, 2, 3, 4, 5}},
   };
   for (const auto& c : cases) {
@@ -232,11 +230,10 @@ TEST(SystemResponseTest, ReadersJudgeRecordLengthsAndCountsBeforeAllocating) {
     ByteStream stream = Block(c.sID, c.iVersion, c.nInfo, c.lInfo, c.body);
     const bool bPuls = std::string(c.sID) == "PULS";
     std::string sMessage = "old";
-    StringLogger logger;
     int32_t result = 99;
     EXPECT_EQ(ErrorNumberOf([&] {
                 result = bPuls ? rsp.ReadPulsBlockFromByteStream(stream, sMessage, nullptr, false,
-                                                                 false, false, &logger)
+                                                                 false, false)
                                : rsp.ReadLspInfoBlockFromByteStream(stream, sMessage);
               }),
               c.result > 0 ? c.result : 0);
@@ -247,8 +244,6 @@ TEST(SystemResponseTest, ReadersJudgeRecordLengthsAndCountsBeforeAllocating) {
     EXPECT_EQ(bPuls ? rsp.Pulses()->Count() : rsp.LspInfos()->Count(), c.nCount);
     if (c.nCount == 2 && bPuls) {
       EXPECT_EQ(rsp.Puls(2)->ID(), c.iVersion == 0 ? 0 : 77);  // version 0 has no ID
-      EXPECT_EQ(logger.Lines()[0], "BHd.IDfx PULS");
-      EXPECT_EQ(logger.Lines()[8], "Puls(1):");
     } else if (c.nCount == 2) {
       EXPECT_EQ(rsp.LspInfo(1)->Label(), "A");
     }
