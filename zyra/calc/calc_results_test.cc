@@ -133,9 +133,7 @@ TEST(CalcResultsTest, IndexOutsideItsRangeIsError9AndChangesNothing) {
   SetTimes(r, 0.0, 20.0, 30.0, 10.0);
   const std::function<void()> calls[] = {
       [&] { r.AddPulsEnergy(22, 1.0, 1.0, true); },
-      [&] { r.E7(22); },
       [&] { r.EDir(4, 0); },
-      [&] { r.Exx(51, 0); },
       [&] { r.ExxSum(51, 0); },
   };
   for (size_t i = 0; i < std::size(calls); ++i) EXPECT_EQ(testing::ErrorNumberOf(calls[i]), 9) << i;

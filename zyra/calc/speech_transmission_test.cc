@@ -36,8 +36,7 @@ TEST(SpeechTransmissionTest, IndexAndRatingOfAHandComputedTransferFunction) {
       {0.40, "I"}, {0.36, "J"}, {0.3599, "U"}, {0.0, "U"},    {NAN, ""}};
   for (const auto& [value, rating] : ratings) EXPECT_EQ(STIRating(value), rating) << value;
   EXPECT_NEAR(AlconsFromSTI(sti), 5.114286974201217, 1e-9);
-  // Full transmission everywhere is 1; a single NaN octave leaves no index.
-  EXPECT_NEAR(SpeechTransmissionIndex(COctaveValues{1, 1, 1, 1, 1, 1, 1}), 1.0, 1e-12);
+  // A single NaN octave leaves no index.
   mti[3] = NAN;
   EXPECT_TRUE(std::isnan(SpeechTransmissionIndex(mti)));
   EXPECT_TRUE(std::isnan(AlconsFromSTI(NAN)));
@@ -69,8 +68,6 @@ TEST(SpeechTransmissionTest, StatisticalModulationAndFrequencies) {
   EXPECT_EQ(StatisticModulation(0.0, 5.0), 1.0);
   EXPECT_EQ(StatisticModulation(-1.0, 5.0), 1.0);
   EXPECT_TRUE(std::isnan(StatisticModulation(NAN, 5.0)));
-  EXPECT_EQ(OctaveFrequency(7), 8000.0);
-  EXPECT_EQ(STIPAFrequency(5, 1), 6.25);
   EXPECT_EQ(testing::ErrorNumberOf([] { OctaveFrequency(0); }), 9);
   EXPECT_EQ(testing::ErrorNumberOf([] { STIPAFrequency(1, 2); }), 9);
 }

@@ -8,7 +8,6 @@
 
 #include "testing/response_builder.h"
 #include "testing/test_support.h"
-#include "zyra/facade/file_access.h"
 
 namespace zyra {
 namespace {
@@ -104,8 +103,6 @@ TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
     bool evaluate;
     BusyIndicator* busy;
   } rows[] = {
-      {folder_ / "missing.rsp", ResponseFault::kFileAccess, kErrPathFileAccess, "No such file",
-       false, nullptr},
       {text, ResponseFault::kNotAResponse, 0, "not a usable response file: No ZYRA", false,
        nullptr},
       {truncated, ResponseFault::kNotAResponse, kErrPastEnd, "Input past end of file", false,
@@ -142,23 +139,6 @@ TEST_F(FacadeTest, EveryFailureNamesTheFileAndTheStep) {
     ADD_FAILURE() << "evaluated without preparation";
   } catch (const ResponseError& error) {
     EXPECT_EQ(error.Fault(), ResponseFault::kPreparation);
-  }
-}
-
-TEST(SplitFilePathTest, FolderKeepsItsTrailingSlash) {
-  const struct {
-    const char* given;
-    const char* path;
-    const char* file;
-  } rows[] = {
-      {"dir.v2/hall", "dir.v2/", "hall"},
-      {"data//hall.rsp", "data//", "hall.rsp"},
-      {"data/", "data/", ""},
-      {"", "", ""},
-  };
-  for (const auto& row : rows) {
-    const SplitPath split = SplitFilePath(row.given);
-    EXPECT_EQ(split.sPath + "|" + split.sFile, std::string(row.path) + "|" + row.file) << row.given;
   }
 }
 

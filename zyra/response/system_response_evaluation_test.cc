@@ -48,7 +48,6 @@ TEST(SystemResponseEvaluationTest, CalculateTimesFollowsThePrecedenceRule) {
     std::vector<Speaker> speakers;
     std::array<double, 5> expected;  // tFirst, tLast, tOff, tRef, tGap
   } rows[] = {
-      {"single direct sound", {{2, 8, 6000, true}}, {0, 0, 0, 10, 0}},
       // dt 3 ms: allowance 5 dB; 60 + 5 < 80, the later one takes the reference.
       {"louder later within the allowance",
        {{0, 10, 6000, true}, {0, 13, 8000, true}},
