@@ -105,7 +105,7 @@ TEST(CalcResultsTest, TailFromTheDiffuseTimeEntersLaterBinsOnly) {
   EXPECT_NEAR(r.ERev(1, 8), 500.0 * DecayFraction(5.0, 10.0, 5.0, 1.0), 1e-12);
 }
 
-TEST(CalcResultsTest, ExxSumFollowsEveryChangeAndDirectMaxGivesTheOverlap) {
+TEST(CalcResultsTest, ExxSumFollowsEveryChange) {
   CCalcResults r;
   SetTimes(r, 0.0, 20.0, 30.0, 40.0);
   r.AddPulsEnergy(11, 3.0, 1.0, true);
@@ -117,15 +117,6 @@ TEST(CalcResultsTest, ExxSumFollowsEveryChangeAndDirectMaxGivesTheOverlap) {
   EXPECT_EQ(r.ExxSum(50, 1), 5.0);
   r.AddHallEnergy(14, 1.0, 1.0, false);
   EXPECT_GT(r.ExxSum(50, 2), 0.0);
-
-  r.SetSPLMax(3, 2.0);
-  r.SetEDirect(3, 3.0);
-  r.SetSPLMax(4, -1.0);
-  r.SetEDirect(4, 3.0);
-  EXPECT_EQ(r.GetEDirectMax(3), 4.0);
-  EXPECT_EQ(r.GetOverlap(3), 0.75);
-  EXPECT_EQ(r.GetOverlap(4), 1.0);
-  EXPECT_EQ(r.GetOverlap(5), 1.0);  // no maximum at all
 }
 
 TEST(CalcResultsTest, IndexOutsideItsRangeIsError9AndChangesNothing) {
