@@ -34,8 +34,7 @@ TEST(CalcResultsTest, PulsLandsInItsLimitsSplitPartAndBin) {
   // tRef 100, tSplit 20, tDiff 30.
   const Row rows[] = {
       {0.0, true, true, true, true, 1, 0},       // at tRef
-      {2.0, true, true, true, true, 1, 2},       // 2.5 ties to 2
-      {3.0, true, true, true, true, 1, 4},       // 3.5 ties to 4
+      {2.0, true, true, true, true, 1, 2},       // 2.5 ties to even
       {7.0, false, true, true, true, 1, 8},      // 7 is not before 7
       {20.0, false, true, true, false, 2, 20},   // at tSplit: the middle part
       {30.0, false, true, true, false, 3, 30},   // at tDiff: the diffuse part

@@ -162,8 +162,6 @@ TEST(SchroederParametersTest, RefusesFitLimitsThatAreNoRangeAndIndicesOutside) {
     EXPECT_EQ(testing::ErrorNumberOf([&] { s.CalculateFit(f.file, *r, true, nullptr); }), 5);
   }
   const CSchroederParameters s;
-  EXPECT_EQ(testing::ErrorNumberOf([&] { s.EDT(0); }), 9);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { s.OctaveT30(8); }), 9);
   EXPECT_EQ(testing::ErrorNumberOf([&] { s.Fit(1, static_cast<SL_EDecayRange>(4)); }), 9);
 }
 

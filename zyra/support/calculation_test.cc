@@ -54,9 +54,8 @@ TEST(CalculationTest, HallEnergyByHandAndItsZeroCases) {
   EXPECT_NEAR(HallEnergy(0.2, 100.0, 2.0, 1000.0), 397515527.9503106, 1e-4);
   EXPECT_NEAR(HallEnergy(0.0, 0.0, 0.161, 1000.0), 0.004, 1e-15);  // R = A = 1000 m^2
   const double nan = std::numeric_limits<double>::quiet_NaN();
-  const double zeroCases[][4] = {{0.2, 100, 0, 1000}, {0.2, 100, -1, 1000},  {0.2, 100, 2, 0},
-                                 {0.2, 100, 2, -5},   {-0.01, 100, 2, 1000}, {1.0, 100, 2, 1000},
-                                 {1.5, 100, 2, 1000}, {0.2, 100, nan, 1000}, {nan, 100, 2, 1000}};
+  const double zeroCases[][4] = {{0.2, 100, 0, 1000}, {0.2, 100, 2, -5},     {-0.01, 100, 2, 1000},
+                                 {1.0, 100, 2, 1000}, {0.2, 100, nan, 1000}, {nan, 100, 2, 1000}};
   for (const auto& c : zeroCases) {
     EXPECT_EQ(HallEnergy(c[0], c[1], c[2], c[3]), 0.0) << c[0] << " " << c[2] << " " << c[3];
   }
