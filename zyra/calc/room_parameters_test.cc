@@ -50,14 +50,10 @@ TEST(RoomParametersTest, TailAloneIsTheStatisticalRoom) {
       }
     }
     EXPECT_NEAR(set.STI, set.STI_statistic, 1e-12);
-    EXPECT_FALSE(set.STI_rating.empty());
     // Ts of an exponential counted from tHall = sqrt(V) ms (later than tDiff): tHall + 1/k.
     const double ts = std::sqrt(1500.0) + 1000.0 * fRT / 13.815510557964274;
     EXPECT_NEAR(set.Ts[11], ts, 1e-9 * ts);
     EXPECT_NEAR(set.oTs[3], ts, 1e-9 * ts);
-    // A diffuse field all after 5 ms: u_y^2 averages 1/3, |u_y| 1/2.
-    EXPECT_NEAR(set.JLF[5], 1.0 / 3.0, 1e-12);
-    EXPECT_NEAR(set.JLFC_single, 0.5, 1e-12);
   }
 }
 
@@ -70,7 +66,6 @@ TEST(RoomParametersTest, SingleArrivalIsFullyModulated) {
   EXPECT_NEAR(set.STI, 1.0, 1e-12);
   EXPECT_NEAR(set.STIPA, 1.0, 1e-12);
   EXPECT_NEAR(set.Ts_single, 0.0, 1e-12);
-  EXPECT_EQ(set.JLF_single, 0.0);
   EXPECT_TRUE(std::isnan(set.C50_single));  // nothing late
   EXPECT_TRUE(std::isnan(set.EDT_single));  // one step: no decay to fit
   // Masking and the threshold take their share of the modulation.
@@ -113,7 +108,6 @@ TEST(RoomParametersTest, MissingDataGivesNaNNeverAnErrorButFitLimitsThatAreNoRan
   const CParameterSet none = Lacking([](ResponseBuilder&) {});
   EXPECT_THAT((V{none.STI, none.Alcons_STI, none.oTs[3], none.T30[11]}), nan);
   EXPECT_TRUE(std::isnan(Lacking([](ResponseBuilder& f) { f.Room(900.0F, 0.0F); }).T20_single));
-  EXPECT_TRUE(std::isnan(Lacking([](ResponseBuilder& f) { f.Room(900.0F, -1.0F); }).EDT[4]));
   const CParameterSet noPower = Lacking([](ResponseBuilder& f) { f.Room(900.0F, 1.0F, 0.0F); });
   EXPECT_THAT((V{noPower.G[3], noPower.G_single}), nan);
   const CParameterSet nanRoom = Lacking([](ResponseBuilder& f) {
