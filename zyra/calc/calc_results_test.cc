@@ -155,14 +155,20 @@ TEST(CalcResultsTest, SumThatOverflowsIsError6AndKeepsThePreviousSums) {
 }
 
 TEST(CalcResultsTest, PulsesInOneGoSumAsOneByOneToTheBit) {
-  // Arrivals around every limit and bin, both kinds, odd energies; then two reflections of
-  // 1e308, the second of which overflows, and one more.
+  // Arrivals around every limit and bin, both kinds, odd energies; then an overflow partway.
   std::vector<double> arrivals, energies;
   std::vector<uint8_t> direct;
-  for (int k = 0; k < 403; ++k) {
-    arrivals.push_back(k < 400 ? 95.0 + 0.37 * k : 110.0 + (k - 400));
-    energies.push_back(k < 400 ? 1.0 / (3 + k % 17) + 1e-3 * k : (k < 402 ? 1e308 : 1.0));
-    direct.push_back(k < 400 && k % 5 == 0 ? 1 : 0);
+  for (int k = 0; k < 400; ++k) {
+    arrivals.push_back(95.0 + 0.37 * k);
+    energies.push_back(1.0 / (3 + k % 17) + 1e-3 * k);
+    direct.push_back(k % 5 == 0 ? 1 : 0);
+  }
+  energies.push_back(1e308);
+  energies.push_back(1e308);  // this one overflows
+  energies.push_back(1.0);
+  for (int k = 0; k < 3; ++k) {
+    arrivals.push_back(110.0 + k);
+    direct.push_back(0);
   }
   CCalcResults one, batch;
   for (CCalcResults* r : {&one, &batch}) SetTimes(*r, 100.0, 20.0, 30.0, 10.0);

@@ -14,15 +14,10 @@ namespace zyra {
 namespace {
 
 TEST(ErrorsTest, EveryNumberHasItsDescriptionAndReportsNameTheProcedure) {
-  const std::pair<int32_t, const char*> table[] = {
-      {5, "Invalid procedure call or argument"},
-      {7, "Out of memory"},
-      {9, "Subscript out of range"},
-  };
-  for (const auto& [number, description] : table) {
-    EXPECT_EQ(RuntimeError(number).Description(), description) << number;
-  }
-  EXPECT_EQ(ErrorDescription(1234), "");
+  EXPECT_EQ((std::vector{RuntimeError(5).Description(), RuntimeError(7).Description(),
+                         RuntimeError(9).Description(), ErrorDescription(1234)}),
+            (std::vector<std::string>{"Invalid procedure call or argument", "Out of memory",
+                                      "Subscript out of range", ""}));
   // A number of the application's own without a text of its own.
   std::string shown;
   const ErrorDisplay previous =
