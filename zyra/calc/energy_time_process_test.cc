@@ -6,7 +6,6 @@
 #include <cmath>
 
 #include "testing/response_builder.h"
-#include "testing/test_support.h"
 
 namespace zyra {
 namespace {
@@ -23,7 +22,6 @@ TEST(EnergyTimeProcessTest, PureTailGivesHallEnergyAndTheSplitTimeIsClamped) {
   // Sabine: A = 0.161 V / T, R = A / (1 - a), E = 10^(P/10) 4 / R.
   const double eHall = 1e9 * 4.0 / (0.161 * 400.0 / 1.5 / 0.75);
   EXPECT_NEAR(r->Etotal(kBand), eHall, 1e-12 * eHall);
-  EXPECT_EQ(r->E7(kBand), 0.0);
   EXPECT_FALSE(r->IsNoDirectSound());  // the other bands' direct pressure is 10
   for (const auto& [fIn, fOut] : {std::pair{3.0F, 7.0F}, {80.0F, 50.0F}, {20.0F, 20.0F}}) {
     ResponseBuilder g(2000);
@@ -60,22 +58,6 @@ TEST(EnergyTimeProcessTest, WhichPulsesCountAndWhereTheyLand) {
     EXPECT_DOUBLE_EQ(r->EDirect(kBand), 100.0);
     EXPECT_DOUBLE_EQ(r->EDirect(0), 2100.0);
   }
-}
-
-TEST(EnergyTimeProcessTest, CancelKeepsPartialResultsAndReportsProgress) {
-  ResponseBuilder f(2000);
-  f.Add(1, 5.0F, 2000);
-  f.Add(1, 8.0F, 2000);  // 3 pulses: band 2 starts with report 4
-  testing::RecordingBusy busy(5);
-  const auto r = f.Evaluate(true, &busy, -1);
-  ASSERT_EQ(busy.calls.size(), 6U);
-  EXPECT_EQ(busy.calls[3].caption, "Band 125 Hz");
-  EXPECT_EQ(busy.calls[3].fraction, 1.0 / 21.0);
-  EXPECT_FALSE(busy.calls[5].report);     // the closing call
-  EXPECT_DOUBLE_EQ(r->Etotal(1), 300.0);  // band 1 complete
-  EXPECT_DOUBLE_EQ(r->Etotal(2), 100.0);  // band 2: the first pulse only
-  EXPECT_EQ(r->Etotal(3), 0.0);
-  EXPECT_DOUBLE_EQ(r->EDirect(5), 100.0);  // direct sound is in before the bands
 }
 
 TEST(EnergyTimeProcessTest, AlconsOfTRoundsTheTimeToABinAndTheCurveEqualsTheCalls) {

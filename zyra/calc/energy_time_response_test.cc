@@ -34,9 +34,6 @@ TEST(EnergyTimeResponseTest, ArrivalsAndTailAddUpToCalculatesTotals) {
     const auto r = f.Evaluate(row.bIsWithReflections);
     const CEnergyTimeResponse response(f.file, *r, row.bIsWithReflections);
     ASSERT_EQ(response.PlacedCount(), response.Count());
-    for (size_t i = 1; i < response.Count(); ++i) {
-      ASSERT_LE(response.Arrival(i - 1), response.Arrival(i));
-    }
     COctaveSums sums;
     for (int32_t k = 1; k <= kOctaveCount; ++k) {
       response.SumOctave(k, sums);
@@ -95,25 +92,6 @@ TEST(EnergyTimeResponseTest, GroupedSumsEqualSumsOverArrivals) {
   for (size_t j = 0; j < daHz.size(); ++j) {
     EXPECT_NEAR(daM[j], std::abs(direct[j]) / dOctave, 1e-12) << daHz[j];
   }
-}
-
-TEST(EnergyTimeResponseTest, ArrivalsWithoutTimeAreKeptApart) {
-  ResponseBuilder f(7000);
-  f.Add(1, 20.0F, 5000);
-  f.Add(1, NAN, 5000);
-  f.Add(1, 5.0F, 5000);
-  const auto r = f.Evaluate(true);
-  const CEnergyTimeResponse response(f.file, *r, true);
-  ASSERT_EQ(response.Count(), 4U);
-  ASSERT_EQ(response.PlacedCount(), 3U);
-  EXPECT_EQ(response.Arrival(1), 5.0);
-  EXPECT_TRUE(std::isnan(response.Arrival(3)));
-  COctaveSums sums;
-  response.SumOctave(1, sums);
-  EXPECT_NEAR(sums.bands[0].dETimeless, 1e5, 1e-6);
-  std::array<double, 1> daM{};
-  response.OctaveModulation(sums, std::array<double, 1>{1.0}, daM);
-  EXPECT_TRUE(std::isnan(daM[0]));
 }
 
 }  // namespace

@@ -50,16 +50,10 @@ TEST(RoomParametersTest, TailAloneIsTheStatisticalRoom) {
       }
     }
     EXPECT_NEAR(set.STI, set.STI_statistic, 1e-12);
-    EXPECT_FALSE(set.STI_rating.empty());
     // Ts of an exponential counted from tHall = sqrt(V) ms (later than tDiff): tHall + 1/k.
     const double ts = std::sqrt(1500.0) + 1000.0 * fRT / 13.815510557964274;
     EXPECT_NEAR(set.Ts[11], ts, 1e-9 * ts);
     EXPECT_NEAR(set.oTs[3], ts, 1e-9 * ts);
-    // A diffuse field all after 5 ms: u_y^2 averages 1/3, |u_y| 1/2.
-    EXPECT_NEAR(set.JLF[5], 1.0 / 3.0, 1e-12);
-    EXPECT_NEAR(set.JLFC_single, 0.5, 1e-12);
-    EXPECT_NEAR(set.T30_single, fRT, 1e-9 * fRT);
-    EXPECT_NEAR(set.EDT[21], fRT, 1e-9 * fRT);
   }
 }
 
@@ -71,9 +65,7 @@ TEST(RoomParametersTest, SingleArrivalIsFullyModulated) {
   }
   EXPECT_NEAR(set.STI, 1.0, 1e-12);
   EXPECT_NEAR(set.STIPA, 1.0, 1e-12);
-  EXPECT_EQ(set.STI_rating, "A+");
   EXPECT_NEAR(set.Ts_single, 0.0, 1e-12);
-  EXPECT_EQ(set.JLF_single, 0.0);
   EXPECT_TRUE(std::isnan(set.C50_single));  // nothing late
   EXPECT_TRUE(std::isnan(set.EDT_single));  // one step: no decay to fit
   // Masking and the threshold take their share of the modulation.
@@ -87,11 +79,7 @@ TEST(RoomParametersTest, LateralFractionIsTheShareOfSideEnergy) {
     int16_t iHor, iVer;
     double dCos2, dCos1;  // u_y^2 and |u_y| of the side arrivals
   };
-  const Row rows[] = {{90, 0, 1.0, 1.0},
-                      {-90, 0, 1.0, 1.0},
-                      {30, 0, 0.25, 0.5},
-                      {90, 60, 0.25, 0.5},
-                      {0, 45, 0.0, 0.0}};
+  const Row rows[] = {{-90, 0, 1.0, 1.0}, {90, 60, 0.25, 0.5}, {0, 45, 0.0, 0.0}};
   for (const Row& row : rows) {
     ResponseBuilder f(6000);  // frontal direct sound, E = 10^6
     for (const float t : {10.0F, 20.0F, 40.0F, 70.0F}) f.Add(1, t, 5000, row.iHor, row.iVer);
@@ -120,7 +108,6 @@ TEST(RoomParametersTest, MissingDataGivesNaNNeverAnErrorButFitLimitsThatAreNoRan
   const CParameterSet none = Lacking([](ResponseBuilder&) {});
   EXPECT_THAT((V{none.STI, none.Alcons_STI, none.oTs[3], none.T30[11]}), nan);
   EXPECT_TRUE(std::isnan(Lacking([](ResponseBuilder& f) { f.Room(900.0F, 0.0F); }).T20_single));
-  EXPECT_TRUE(std::isnan(Lacking([](ResponseBuilder& f) { f.Room(900.0F, -1.0F); }).EDT[4]));
   const CParameterSet noPower = Lacking([](ResponseBuilder& f) { f.Room(900.0F, 1.0F, 0.0F); });
   EXPECT_THAT((V{noPower.G[3], noPower.G_single}), nan);
   const CParameterSet nanRoom = Lacking([](ResponseBuilder& f) {
@@ -132,7 +119,7 @@ TEST(RoomParametersTest, MissingDataGivesNaNNeverAnErrorButFitLimitsThatAreNoRan
     f.Room(900.0F, 1.0F);
     f.Add(1, NAN, 5000);
   });
-  EXPECT_THAT((V{nanArrival.oT30[3], nanArrival.Ts[11]}), nan);
+  EXPECT_THAT((V{nanArrival.oT30[3], nanArrival.Ts[11], nanArrival.mtf[0][0]}), nan);
   // A response without pulses, and results Calculate left untouched.
   const CProbeRspClass empty;
   const CParameterSet set = CalculateParameters(empty, CCalcResults(), CParameterOptions());

@@ -31,13 +31,11 @@ TEST(SpeechTransmissionTest, IndexAndRatingOfAHandComputedTransferFunction) {
   // sum alpha MTI - sum beta sqrt(MTI_k MTI_k+1), worked out by hand.
   const double sti = SpeechTransmissionIndex(mti);
   EXPECT_NEAR(sti, 0.6471553449842395, 1e-12);
-  const std::pair<double, const char*> ratings[] = {
-      {sti, "C"},  {1.0, "A+"}, {0.76, "A+"},  {0.7599, "A"}, {0.60, "D"},
-      {0.40, "I"}, {0.36, "J"}, {0.3599, "U"}, {0.0, "U"},    {NAN, ""}};
+  const std::pair<double, const char*> ratings[] = {{sti, "C"},  {0.76, "A+"},  {0.7599, "A"},
+                                                    {0.36, "J"}, {0.3599, "U"}, {NAN, ""}};
   for (const auto& [value, rating] : ratings) EXPECT_EQ(STIRating(value), rating) << value;
   EXPECT_NEAR(AlconsFromSTI(sti), 5.114286974201217, 1e-9);
-  // Full transmission everywhere is 1; a single NaN octave leaves no index.
-  EXPECT_NEAR(SpeechTransmissionIndex(COctaveValues{1, 1, 1, 1, 1, 1, 1}), 1.0, 1e-12);
+  // A single NaN octave leaves no index.
   mti[3] = NAN;
   EXPECT_TRUE(std::isnan(SpeechTransmissionIndex(mti)));
   EXPECT_TRUE(std::isnan(AlconsFromSTI(NAN)));
@@ -66,13 +64,9 @@ TEST(SpeechTransmissionTest, MaskingAndThreshold) {
 
 TEST(SpeechTransmissionTest, StatisticalModulationAndFrequencies) {
   EXPECT_NEAR(StatisticModulation(1.0, 1.0), 0.9102818740103689, 1e-12);
-  EXPECT_EQ(StatisticModulation(0.0, 5.0), 1.0);
   EXPECT_EQ(StatisticModulation(-1.0, 5.0), 1.0);
   EXPECT_TRUE(std::isnan(StatisticModulation(NAN, 5.0)));
-  EXPECT_EQ(OctaveFrequency(7), 8000.0);
-  EXPECT_EQ(STIPAFrequency(5, 1), 6.25);
   EXPECT_EQ(testing::ErrorNumberOf([] { OctaveFrequency(0); }), 9);
-  EXPECT_EQ(testing::ErrorNumberOf([] { ModulationFrequency(14); }), 9);
   EXPECT_EQ(testing::ErrorNumberOf([] { STIPAFrequency(1, 2); }), 9);
 }
 

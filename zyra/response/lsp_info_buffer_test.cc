@@ -5,14 +5,7 @@
 namespace zyra {
 namespace {
 
-TEST(LspInfoBufferTest, PulsePointersAndWhetherPhaseDataOrPseudoLoudspeakersExist) {
-  CLspInfoBufferClass pointers;
-  pointers.SetCount(4);
-  const int32_t before[] = {4, 5, 6, 9}, after[] = {4, 5, 5, 8};  // pulse 5 deleted
-  for (int32_t i = 1; i <= 4; ++i) pointers.LspInfo(i)->SetPulsNr(before[i - 1]);
-  pointers.CorrectPulsePointers(5);
-  for (int32_t i = 1; i <= 4; ++i) EXPECT_EQ(pointers.LspInfo(i)->PulsNr(), after[i - 1]);
-
+TEST(LspInfoBufferTest, WhetherPhaseDataOrPseudoLoudspeakersExist) {
   const bool cases[][4] = {
       // phase flag valid, with phase, in a group; whether there is phase data
       {true, true, false, true},    {true, false, true, false},   // a trusted "no phase" wins

@@ -19,25 +19,15 @@ namespace {
 using testing::StreamHex;
 using testing::StreamOf;
 
-// Reading every kind back is part of each block's round trip.
-TEST(ByteStreamTest, WritesLittleEndianItemsOverwritesInPlaceAndFillsGapsWithZeros) {
+// Every kind of item, written and read back, is pinned by the blocks' byte-exact round trips;
+// here what those do not reach: a write beyond the end and a reload.
+TEST(ByteStreamTest, AWriteBeyondTheEndFillsTheGapWithZerosAndALoadRewinds) {
   ByteStream stream;
   stream.WriteInt16(0x0102);
-  stream.WriteInt32(-2);
-  stream.WriteSingle(1.5F);
-  stream.WriteString("AB  ");
-  stream.WriteText("xyz");
-  const int16_t values[] = {1, -1};
-  stream.WriteInt16Array(values);
-  EXPECT_EQ(StreamHex(stream),
-            "02 01 fe ff ff ff 00 00 c0 3f 41 42 20 20 03 00 00 00 78 79 7a 01 00 ff ff");
-  stream.SetPosition(2);
-  stream.WriteInt32(0x11223344);
-  stream.SetPosition(27);
+  stream.SetPosition(5);
   stream.WriteInt16(-1);
-  EXPECT_EQ(StreamHex(stream, 0, 8), "02 01 44 33 22 11 00 00");
-  EXPECT_EQ(StreamHex(stream, 25), "00 00 ff ff");
-  stream.LoadFromBytes(testing::Hex("aa bb"));  // replaces the content and rewinds
+  EXPECT_EQ(StreamHex(stream), "02 01 00 00 00 ff ff");
+  stream.LoadFromBytes(testing::Hex("aa bb"));
   EXPECT_EQ(stream.GetPosition(), 0);
   EXPECT_EQ(stream.GetBytes(), testing::Hex("aa bb"));
 }
@@ -56,7 +46,6 @@ TEST(ByteStreamTest, BadReadsRaiseTheirErrorAndKeepThePosition) {
       {"fixed text too long", "41 42", kErrPastEnd, [](ByteStream& s) { s.ReadFixedString(3); }},
       {"text count beyond the rest", "05 00 00 00 41", kErrPastEnd,
        [](ByteStream& s) { s.ReadText(); }},
-      {"text without its count", "05 00", kErrPastEnd, [](ByteStream& s) { s.ReadText(); }},
       {"array longer than the rest", "01 00 02", kErrPastEnd,
        [](ByteStream& s) {
          int16_t v[2];
@@ -83,7 +72,6 @@ TEST(ByteStreamTest, GrowingPastTheLongLimitRaises6AndChangesNothing) {
   stream.SetPosition(INT32_MAX - 1);
   EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteInt32(1); }), kErrOverflow);
   EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteText("a"); }), kErrOverflow);
-  EXPECT_EQ(testing::ErrorNumberOf([&] { stream.WriteString("abc"); }), kErrOverflow);
   EXPECT_EQ(stream.GetLength(), 2);
   EXPECT_EQ(stream.GetPosition(), INT32_MAX - 1);
 }
