@@ -5,8 +5,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <array>
+#include <bit>
 #include <cmath>
-#include <cstring>
+#include <cstdint>
 #include <functional>
 
 #include "testing/response_builder.h"
@@ -24,13 +26,14 @@ CParameterSet Evaluate(ResponseBuilder& f, bool bMasking = false, bool bWithNois
   CParameterOptions options;
   options.bMasking = bMasking;
   options.bWithNoise = bWithNoise;
-  const CParameterSet set = CalculateParameters(f.file, *r, options);
+  CParameterSet set = CalculateParameters(f.file, *r, options);
   CCountedPulses::Options gather;
   gather.bWithAngles = true;
   const CParameterSet handed = CalculateParameters(f.file, *r, options, nullptr, nullptr,
                                                    CCountedPulses::Gather(f.file, gather));
   const auto same = [](const auto& a, const auto& b) {
-    return std::memcmp(a.data(), b.data(), sizeof(a)) == 0;
+    using Bits = std::array<uint64_t, sizeof(a) / sizeof(uint64_t)>;
+    return std::bit_cast<Bits>(a) == std::bit_cast<Bits>(b);
   };
   EXPECT_TRUE(same(set.EDT, handed.EDT) && same(set.T30, handed.T30) && same(set.Ts, handed.Ts) &&
               same(set.JLF, handed.JLF) && same(set.oC80, handed.oC80) &&
