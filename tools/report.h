@@ -4,9 +4,9 @@
 
 #include <string>
 
-#include "zyra/format/block_walk.h"
 #include "zyra/calc/room_parameters.h"
 #include "zyra/facade/response.h"
+#include "zyra/format/block_walk.h"
 #include "zyra/rsp/probe_rsp.h"
 
 namespace zyra::tool {
