@@ -207,10 +207,17 @@ class NumberedSlots {
     std::vector<int32_t> path;
     path.reserve(done.size());
     std::vector<Piece> pieces;
+    // Each chain knows the slot it steps to next and has asked for that slot's entries of
+    // `source` and `done` a round ahead, while the other chains step.
     struct Chain {
       std::vector<int32_t> slots;
-      size_t at = 0;
+      size_t next = 0;  // source[] of the slot the chain stands on
       bool active = false;
+    };
+    const auto aimAt = [&source, &done](Chain& chain, size_t slot) {
+      chain.next = static_cast<size_t>(source[slot]);
+      PrefetchLine(&source[chain.next]);
+      PrefetchLine(&done[chain.next]);
     };
     std::array<Chain, kChains> chains;
     size_t sweep = 1;
@@ -219,8 +226,8 @@ class NumberedSlots {
       chain.active = sweep < done.size();
       if (!chain.active) return;
       chain.slots.assign(1, static_cast<int32_t>(sweep));
-      chain.at = sweep;
       done[sweep] = 1;
+      aimAt(chain, sweep);
     };
     for (Chain& chain : chains) startChain(chain);
     for (bool bAny = true; bAny;) {
@@ -228,11 +235,11 @@ class NumberedSlots {
       for (Chain& chain : chains) {
         if (!chain.active) continue;
         bAny = true;
-        const auto s = static_cast<size_t>(source[chain.at]);
+        const size_t s = chain.next;
         if (done[s] == 0) {
           done[s] = 1;
           chain.slots.push_back(static_cast<int32_t>(s));
-          chain.at = s;
+          aimAt(chain, s);
           continue;
         }
         pieces.push_back({path.size(), path.size() + chain.slots.size()});
@@ -255,7 +262,10 @@ class NumberedSlots {
     for (const Piece& piece : pieces) {
       const auto at = [&path](size_t i) { return static_cast<size_t>(path[i]); };
       for (size_t i = piece.begin; i + 1 < piece.end; ++i) {
-        if (i + kFetchAhead < path.size()) Prefetch(&records_[at(i + kFetchAhead)]);
+        if (i + kFetchAhead < path.size()) {
+          Prefetch(&records_[at(i + kFetchAhead)]);
+          PrefetchLine(&kinds_[at(i + kFetchAhead)]);
+        }
         records_[at(i)] = std::move(records_[at(i + 1)]);
         kinds_[at(i)] = kinds_[at(i + 1)];
         if (!shared_.empty()) shared_[at(i)] = std::move(shared_[at(i + 1)]);
@@ -266,6 +276,15 @@ class NumberedSlots {
       kinds_[last] = startKinds[met];
       if (!shared_.empty()) shared_[last] = std::move(startShared[met]);
     }
+  }
+
+  // Asks for the cache line holding *p.
+  static void PrefetchLine(const void* p) noexcept {
+#if defined(__GNUC__)
+    __builtin_prefetch(p);
+#else
+    (void)p;
+#endif
   }
 
   static void Prefetch(const T* record) noexcept {
