@@ -228,6 +228,16 @@ TEST_F(ZyraRspTest, ConvertWritesTheWholeFileOrLeavesTheOldOne) {
   }
 }
 
+TEST_F(ZyraRspTest, CtrlCStopsALongCommandWithStatus130) {
+  // A seating area that takes half a minute, stopped after a second: the step stops at the
+  // next seat and says so.
+  const std::string synth =
+      Quoted(ZYRA_RSP_EXE) + " synth --grid 40,40 --pulses 20000 -o " + Quoted(folder_ / "stopped");
+  const RunResult stopped = RunShell("{ " + synth + " & p=$!; sleep 1; kill -INT $p; wait $p; }");
+  EXPECT_EQ(stopped.exit, 130);
+  EXPECT_NE(stopped.err.find("zyra-rsp: cancelled after "), std::string::npos) << stopped.err;
+}
+
 TEST_F(ZyraRspTest, SynthIsReproducibleFromItsSeed) {
   const auto synth = [&](const char* seed) {
     const fs::path file = folder_ / (std::string("s") + seed + ".rsp");

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "tools/commands.h"
+#include "tools/progress_bar.h"
 #include "zyra/facade/evaluation.h"
 
 namespace zyra::tool {
@@ -14,9 +15,10 @@ namespace zyra::tool {
 // The facade's evaluation options for `eval`'s settings.
 EvaluateOptions EvaluateOptionsOf(const EvalOptions& options);
 
-// Writes the seating area's response files and answers their paths in row order; no value
-// after the error line.
-std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& options);
+// Writes the seating area's response files, with progress on `progress`, and answers their
+// paths in row order; no value after the error line or a Ctrl-C.
+std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& options,
+                                                      TerminalProgress& progress);
 
 // The demo's seating area: seats of the demo hall written into sDir's "demo-seats" folder,
 // evaluated on every core, their rows as CSV and maps of C80 and STI beside, and a few lines of

@@ -22,6 +22,10 @@ inline constexpr int kExitFailure = 1;        // not a usable response file, or 
 inline constexpr int kExitUsage = 2;          // wrong command line
 inline constexpr int kExitInterrupted = 130;  // Ctrl-C: 128 + SIGINT, as shells report it
 
+class TerminalProgress;
+// The exit status of a command that failed: 130 when Ctrl-C stopped it, 1 otherwise.
+int FailureStatus(const TerminalProgress& progress);
+
 // "zyra-rsp " and the version: the application text written into saved files.
 std::string AppVersionString();
 

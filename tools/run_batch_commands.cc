@@ -72,7 +72,7 @@ void ReportRow(const ReceiverRow& row) {
 int BatchStatus(const BatchProgress& progress, int64_t nFailed, const std::string& sWhat) {
   if (progress.IsCancelled()) {
     std::cerr << "zyra-rsp: cancelled after " << progress.Count() << " files\n";
-    return kExitFailure;
+    return kExitInterrupted;
   }
   if (progress.Count() == 0) {
     std::cerr << "zyra-rsp: no files to " << sWhat << "\n";
@@ -224,10 +224,12 @@ int RunMap(const MapOptions& options) {
 }
 
 int RunSeatGrid(const SeatGridOptions& options) {
-  return WriteSeatGrid(options) ? kExitSuccess : kExitFailure;
+  TerminalProgress progress;
+  return WriteSeatGrid(options, progress) ? kExitSuccess : FailureStatus(progress);
 }
 
-std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& options) {
+std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& options,
+                                                      TerminalProgress& progress) {
   std::string sProblem;
   const HallModel hall = DemoHall();
   const auto seats = SeatGrid(hall, options.nRows, options.nSeats,
@@ -244,7 +246,6 @@ std::optional<std::vector<std::string>> WriteSeatGrid(const SeatGridOptions& opt
   }
   const int32_t nPulses = options.nPulses > 0 ? options.nPulses : HallDefaultPulses();
   std::vector<std::string> files;
-  TerminalProgress progress;
   for (const Seat& seat : *seats) {
     const std::string sFile = (std::filesystem::path(options.sOutDir) / seat.sFileName).string();
     const double fraction = static_cast<double>(files.size()) / static_cast<double>(seats->size());
@@ -281,8 +282,9 @@ int DemoSeatingArea(const std::string& sDir) {
   grid.nRows = kDemoRows;
   grid.nSeats = kDemoSeats;
   grid.sOutDir = sDir + "demo-seats";
-  const auto files = WriteSeatGrid(grid);
-  if (!files) return kExitFailure;
+  TerminalProgress progress;
+  const auto files = WriteSeatGrid(grid, progress);
+  if (!files) return FailureStatus(progress);
 
   // Every seat evaluated on every core, the rows kept: a few dozen.
   const RowSchema schema(RowBands::kNone);

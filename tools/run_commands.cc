@@ -36,11 +36,6 @@ std::string ErrorText(const ErrorInfo& error) {
   return "error " + std::to_string(error.lNumber) + ": " + error.sDescription;
 }
 
-// The exit status of a command that failed: 130 when Ctrl-C stopped it, as shells report it.
-int FailureStatus(const TerminalProgress& progress) {
-  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
-}
-
 // The one line for a read that was not clean, with the place where the reader stopped.
 std::string ReadProblem(const ReadOutcome& read, const CProbeRspClass& cFile) {
   std::string line =
@@ -149,6 +144,10 @@ std::string PlotSubtitle(const CProbeRspClass& cFile, const std::string& sFile) 
 }
 
 }  // namespace
+
+int FailureStatus(const TerminalProgress& progress) {
+  return progress.IsCancelled() ? kExitInterrupted : kExitFailure;
+}
 
 bool WritePicture(const std::string& sTarget, PictureSize size, const DrawPicture& draw) {
   const auto format = PictureFormatOf(sTarget);
