@@ -1,5 +1,6 @@
 #include "zyra/support/stable_order.h"
 
+#include <algorithm>
 #include <bit>
 #include <cmath>
 #include <limits>
@@ -24,6 +25,41 @@ uint64_t OrderedBits(double key) {
 // At most 2^11 buckets per pass, so that the counts and the pass's write positions stay in the
 // cache.
 constexpr int kMaxDigitBits = 11;
+// With key and position packed in one word, at most 2^8: a pass writes into as many places at
+// once as it has buckets, and over ten million keys each of those places lies on a page of its
+// own, so that more of them than the processor keeps page translations for would make every
+// write wait for one.
+constexpr int kMaxPackedDigitBits = 8;
+
+// Least significant digit first over the `width` bits from bit 32 of each item, digits of at
+// most `maxDigitBits`, each pass stable; `next` is scratch of the same length.
+void SortByHighBits(std::span<uint64_t> items, std::span<uint64_t> next, int width,
+                    int maxDigitBits) {
+  const int passes = (width + maxDigitBits - 1) / maxDigitBits;
+  const int digitBits = (width + passes - 1) / passes;
+  const size_t buckets = size_t{1} << digitBits;
+  const uint64_t mask = buckets - 1;
+  std::vector<size_t> counts(buckets * static_cast<size_t>(passes), 0);
+  for (const uint64_t item : items) {
+    for (int d = 0; d < passes; ++d) {
+      ++counts[static_cast<size_t>(d) * buckets + ((item >> (32 + d * digitBits)) & mask)];
+    }
+  }
+  for (int d = 0; d < passes; ++d) {
+    size_t* count = counts.data() + static_cast<size_t>(d) * buckets;
+    size_t start = 0;
+    for (size_t b = 0; b < buckets; ++b) {
+      const size_t here = count[b];
+      count[b] = start;
+      start += here;
+    }
+    const int shift = 32 + d * digitBits;
+    for (const uint64_t item : items) next[count[(item >> shift) & mask]++] = item;
+    std::swap(items, next);
+  }
+  // An odd number of passes left the result in the scratch.
+  if (passes % 2 != 0) std::copy(items.begin(), items.end(), next.begin());
+}
 
 }  // namespace
 
@@ -49,6 +85,14 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
   // order.
   const int lo = std::countr_zero(varying);
   const int width = 64 - std::countl_zero(varying) - lo;
+  if (width <= 32) {
+    // The varying bits of a key above its position, in one word: one array to move, not two.
+    for (size_t i = 0; i < n; ++i) keys[i] = ((keys[i] >> lo) << 32) | i;
+    const auto scratch = std::make_unique_for_overwrite<uint64_t[]>(n);
+    SortByHighBits({keys.get(), n}, {scratch.get(), n}, width, kMaxPackedDigitBits);
+    for (size_t i = 0; i < n; ++i) order[i] = static_cast<int32_t>(keys[i] & 0xFFFFFFFFU);
+    return order;
+  }
   const int passes = (width + kMaxDigitBits - 1) / kMaxDigitBits;
   const int digitBits = (width + passes - 1) / passes;
   const size_t buckets = size_t{1} << digitBits;
