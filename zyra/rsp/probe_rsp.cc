@@ -177,15 +177,9 @@ int32_t CProbeRspClass::ReadRSPFile(const std::string& sPath, const std::string&
                                     int32_t& nRaysPerLspk, float& fCutOffTime,
                                     std::string& sErrorMessage, BusyIndicator* cBusy,
                                     bool bIgnoreInActivePulses, Logger* cReadLogger) {
-  fileHeader_ = CFileHeaderClass();
-  readStop_.reset();
-  return GuardedRead(sFile, sErrorMessage, [&] {
-    EmptyModel(cBusy);  // also when the file cannot be loaded
-    ByteStream stream;
-    OpenResponseFile(stream, sPath, sFile);
-    return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
-                     fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
-  });
+  return ReadThrough([&](ByteStream& stream) { OpenResponseFile(stream, sPath, sFile); }, sPath,
+                     sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk, fCutOffTime,
+                     sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
 }
 
 int32_t CProbeRspClass::ReadRSPStream(std::istream& cFile, const std::string& sPath,
@@ -194,15 +188,9 @@ int32_t CProbeRspClass::ReadRSPStream(std::istream& cFile, const std::string& sP
                                       float& fCutOffTime, std::string& sErrorMessage,
                                       BusyIndicator* cBusy, bool bIgnoreInActivePulses,
                                       Logger* cReadLogger) {
-  fileHeader_ = CFileHeaderClass();
-  readStop_.reset();
-  return GuardedRead(sFile, sErrorMessage, [&] {
-    EmptyModel(cBusy);  // also when the file cannot be loaded
-    ByteStream stream;
-    stream.ReadFromOpenFile(cFile);
-    return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
-                     fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
-  });
+  return ReadThrough([&](ByteStream& stream) { stream.ReadFromOpenFile(cFile); }, sPath, sFile,
+                     bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk, fCutOffTime, sErrorMessage,
+                     cBusy, bIgnoreInActivePulses, cReadLogger);
 }
 
 int32_t CProbeRspClass::ReadRSPBytes(std::span<const uint8_t> bytes, const std::string& sPath,
@@ -211,11 +199,23 @@ int32_t CProbeRspClass::ReadRSPBytes(std::span<const uint8_t> bytes, const std::
                                      float& fCutOffTime, std::string& sErrorMessage,
                                      BusyIndicator* cBusy, bool bIgnoreInActivePulses,
                                      Logger* cReadLogger) {
+  return ReadThrough([&](ByteStream& stream) { stream.LoadFromBytes(bytes); }, sPath, sFile,
+                     bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk, fCutOffTime, sErrorMessage,
+                     cBusy, bIgnoreInActivePulses, cReadLogger);
+}
+
+int32_t CProbeRspClass::ReadThrough(const std::function<void(ByteStream&)>& attach,
+                                    const std::string& sPath, const std::string& sFile,
+                                    bool bIsDefaultLocalRT, const std::string& sAppVrsnString,
+                                    int32_t& nRaysPerLspk, float& fCutOffTime,
+                                    std::string& sErrorMessage, BusyIndicator* cBusy,
+                                    bool bIgnoreInActivePulses, Logger* cReadLogger) {
   fileHeader_ = CFileHeaderClass();
   readStop_.reset();
   return GuardedRead(sFile, sErrorMessage, [&] {
+    EmptyModel(cBusy);  // also when the stream cannot be set up
     ByteStream stream;
-    stream.LoadFromBytes(bytes);
+    attach(stream);
     return ReadImage(stream, sPath, sFile, bIsDefaultLocalRT, sAppVrsnString, nRaysPerLspk,
                      fCutOffTime, sErrorMessage, cBusy, bIgnoreInActivePulses, cReadLogger);
   });

@@ -3,6 +3,7 @@
 #define ZYRA_RSP_PROBE_RSP_H_
 
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <memory>
 #include <optional>
@@ -121,6 +122,14 @@ class CProbeRspClass {
   void SetInfoText(std::shared_ptr<CRspInfoTextClass> cInfo) { infoText_ = std::move(cInfo); }
 
  private:
+  // The three reads: the model emptied, then the stream that `attach` sets up (over a file, or
+  // bytes) read by ReadImage; whatever fails, setting up included, becomes the read's message.
+  int32_t ReadThrough(const std::function<void(ByteStream&)>& attach, const std::string& sPath,
+                      const std::string& sFile, bool bIsDefaultLocalRT,
+                      const std::string& sAppVrsnString, int32_t& nRaysPerLspk, float& fCutOffTime,
+                      std::string& sErrorMessage, BusyIndicator* cBusy, bool bIgnoreInActivePulses,
+                      Logger* cReadLogger);
+
   // The reading steps on a stream over the file (a window of it at a time) or its bytes in
   // memory; run-time errors leave it. The blocks of the walk are read through one table from
   // block kind to reader.
