@@ -31,34 +31,52 @@ constexpr int kMaxDigitBits = 11;
 // write wait for one.
 constexpr int kMaxPackedDigitBits = 8;
 
-// Least significant digit first over the `width` bits from bit 32 of each item, digits of at
-// most `maxDigitBits`, each pass stable; `next` is scratch of the same length.
-void SortByHighBits(std::span<uint64_t> items, std::span<uint64_t> next, int width,
-                    int maxDigitBits) {
-  const int passes = (width + maxDigitBits - 1) / maxDigitBits;
-  const int digitBits = (width + passes - 1) / passes;
-  const size_t buckets = size_t{1} << digitBits;
-  const uint64_t mask = buckets - 1;
-  std::vector<size_t> counts(buckets * static_cast<size_t>(passes), 0);
-  for (const uint64_t item : items) {
+// How `width` varying bits are cut into digits of at most `maxBits`, one pass each.
+struct Digits {
+  Digits(int width, int maxBits)
+      : passes((width + maxBits - 1) / maxBits),
+        bits((width + passes - 1) / passes),
+        buckets(size_t{1} << bits),
+        mask(buckets - 1) {}
+
+  // Where every pass's buckets start, pass after pass: the digits of `keys` from bit `first`
+  // counted in one read of them, and the counts turned into starts.
+  std::vector<size_t> Starts(std::span<const uint64_t> keys, int first) const {
+    std::vector<size_t> starts(buckets * static_cast<size_t>(passes), 0);
+    for (const uint64_t key : keys) {
+      for (int d = 0; d < passes; ++d) {
+        ++starts[static_cast<size_t>(d) * buckets + ((key >> (first + d * bits)) & mask)];
+      }
+    }
     for (int d = 0; d < passes; ++d) {
-      ++counts[static_cast<size_t>(d) * buckets + ((item >> (32 + d * digitBits)) & mask)];
+      size_t start = 0;
+      for (size_t b = 0; b < buckets; ++b) {
+        size_t& here = starts[static_cast<size_t>(d) * buckets + b];
+        start += std::exchange(here, start);
+      }
     }
+    return starts;
   }
-  for (int d = 0; d < passes; ++d) {
-    size_t* count = counts.data() + static_cast<size_t>(d) * buckets;
-    size_t start = 0;
-    for (size_t b = 0; b < buckets; ++b) {
-      const size_t here = count[b];
-      count[b] = start;
-      start += here;
-    }
-    const int shift = 32 + d * digitBits;
-    for (const uint64_t item : items) next[count[(item >> shift) & mask]++] = item;
+
+  int passes;
+  int bits;
+  size_t buckets;
+  uint64_t mask;
+};
+
+// Least significant digit first over the `width` bits from bit 32 of each item, each pass
+// stable; `next` is scratch of the same length.
+void SortByHighBits(std::span<uint64_t> items, std::span<uint64_t> next, int width) {
+  const Digits digits(width, kMaxPackedDigitBits);
+  std::vector<size_t> starts = digits.Starts(items, 32);
+  for (int d = 0; d < digits.passes; ++d) {
+    size_t* start = starts.data() + static_cast<size_t>(d) * digits.buckets;
+    const int shift = 32 + d * digits.bits;
+    for (const uint64_t item : items) next[start[(item >> shift) & digits.mask]++] = item;
     std::swap(items, next);
   }
   // An odd number of passes left the result in the scratch.
-  if (passes % 2 != 0) std::copy(items.begin(), items.end(), next.begin());
+  if (digits.passes % 2 != 0) std::copy(items.begin(), items.end(), next.begin());
 }
 
 }  // namespace
@@ -89,35 +107,21 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
     // The varying bits of a key above its position, in one word: one array to move, not two.
     for (size_t i = 0; i < n; ++i) keys[i] = ((keys[i] >> lo) << 32) | i;
     const auto scratch = std::make_unique_for_overwrite<uint64_t[]>(n);
-    SortByHighBits({keys.get(), n}, {scratch.get(), n}, width, kMaxPackedDigitBits);
+    SortByHighBits({keys.get(), n}, {scratch.get(), n}, width);
     for (size_t i = 0; i < n; ++i) order[i] = static_cast<int32_t>(keys[i] & 0xFFFFFFFFU);
     return order;
   }
-  const int passes = (width + kMaxDigitBits - 1) / kMaxDigitBits;
-  const int digitBits = (width + passes - 1) / passes;
-  const size_t buckets = size_t{1} << digitBits;
-  const uint64_t mask = buckets - 1;
-  std::vector<size_t> counts(buckets * static_cast<size_t>(passes), 0);
-  for (size_t i = 0; i < n; ++i) {
-    for (int d = 0; d < passes; ++d) {
-      ++counts[static_cast<size_t>(d) * buckets + ((keys[i] >> (lo + d * digitBits)) & mask)];
-    }
-  }
+  const Digits digits(width, kMaxDigitBits);
+  std::vector<size_t> starts = digits.Starts({keys.get(), n}, lo);
   const auto nextKeysStore = std::make_unique_for_overwrite<uint64_t[]>(n);
   uint64_t* current = keys.get();
   uint64_t* next = nextKeysStore.get();
   std::vector<int32_t> nextOrder(n);
-  for (int d = 0; d < passes; ++d) {
-    size_t* count = counts.data() + static_cast<size_t>(d) * buckets;
-    size_t start = 0;
-    for (size_t b = 0; b < buckets; ++b) {
-      const size_t here = count[b];
-      count[b] = start;
-      start += here;
-    }
-    const int shift = lo + d * digitBits;
+  for (int d = 0; d < digits.passes; ++d) {
+    size_t* start = starts.data() + static_cast<size_t>(d) * digits.buckets;
+    const int shift = lo + d * digits.bits;
     for (size_t i = 0; i < n; ++i) {
-      const size_t to = count[(current[i] >> shift) & mask]++;
+      const size_t to = start[(current[i] >> shift) & digits.mask]++;
       next[to] = current[i];
       nextOrder[to] = order[i];
     }
