@@ -203,14 +203,11 @@ int32_t CCalcResults::AddPulsEnergies(int32_t iTerz1, std::span<const double> da
     // The split parts in registers too: [reflection, direct] x part 0..3.
     double r0 = x.split[0][0], r1 = x.split[0][1], r2 = x.split[0][2], r3 = x.split[0][3];
     double d0 = x.split[1][0], d1 = x.split[1][1], d2 = x.split[1][2], d3 = x.split[1][3];
-    // Behind every limit (and beyond the bins) a pulse adds to the total and the last split
-    // part only: most pulses of a response, added by a loop of their own.
-    const LateRun late{daArrivalAbsolute.data(),
-                       daEnergy.data(),
-                       isDirectSound.data(),
-                       n,
-                       tRef_,
-                       std::max({80.0, 50.0, tSplit_, tDiff_})};
+    // Behind every limit (80 ms lies beyond the 50 ms of the bins too) a pulse adds to the total
+    // and the last split part only: most pulses of a response, added by a loop of their own.
+    const LateRun late{
+        daArrivalAbsolute.data(),         daEnergy.data(), isDirectSound.data(), n, tRef_,
+        std::max({80.0, tSplit_, tDiff_})};
     for (size_t i = 0; i < n; ++i) {
       const double t = daArrivalAbsolute[i] - tRef_;
       if (bSkipZeros && t >= late.tLate) {
