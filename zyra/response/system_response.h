@@ -184,12 +184,12 @@ class CSystemResponse {
   ReadSurvey SurveyAfterRead(bool bWithIDRanges);
   // ComputePseudoPulses looking only where the survey says (every pulse without one).
   void ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey);
-  // AddSpeakerPhases (with bAddPhases) and TrainSortPulses in one walk.
-  bool AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy);
-  // SetActiveLspPulses and NormalizePulsFlags in one walk.
-  void SwitchAndNormalizePulses();
-  // What those steps do to one pulse.
-  void SwitchByLoudspeaker(CPulsClass& puls) const;
+  // TrainSortPulses: the arrivals taken in one walk that reads the pulses only.
+  bool SortPulsesByArrival(BusyIndicator* cBusy);
+  // AddSpeakerPhases (with bAddPhases), SetActiveLspPulses and NormalizePulsFlags in one walk.
+  void SwitchAndNormalizePulses(bool bAddPhases, BusyIndicator* cBusy);
+  // What those steps do to one pulse; lsp is the pulse's loudspeaker (OriginLsp).
+  static void SwitchByLoudspeaker(CPulsClass& puls, const CLspInfoClass* lsp);
   static void NormalizePulsRole(CPulsClass& puls);
   static void SetCoherenceRole(CPulsClass& puls);
   static void SetPseudoRole(CPulsClass& puls);

@@ -120,9 +120,11 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
                                                    BusyIndicator* cBusy) {
   // The steps in their order, but with the walks over a million pulses shared among them: one
   // walk removes the unused loudspeakers, copies the pseudo flags, links the direct sounds,
-  // takes the ID ranges and notes the pulses the pseudo reflections concern; one adds the
-  // speaker phases and takes the arrivals for the sort; one switches pulses off and makes
-  // their roles exclusive. Each gives what the steps one after the other give.
+  // takes the ID ranges and notes the pulses the pseudo reflections concern; one takes the
+  // arrivals for the sort; one, after the sort, adds the speaker phases, switches pulses off
+  // and makes their roles exclusive. Each gives what the steps one after the other give: the
+  // phases take part in neither the sort nor the loudspeaker steps, so adding them last adds
+  // the same values, and the walk that reads only arrivals writes nothing back to memory.
   const ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles);
   if (bCorrectBadBundles) {
     CorrectBadBundles();
@@ -133,9 +135,9 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
     ComputePseudoPulses(cBusy, bCorrectBadBundles ? nullptr : &survey);
   }
   // A failed sort leaves the pulses usable: the remaining steps run all the same.
-  const bool bSorted = AddPhasesAndSort(!Pulses()->SpeakerPhaseWasAdded(), cBusy);
+  const bool bSorted = SortPulsesByArrival(cBusy);
   NormalizeLspFlags();
-  SwitchAndNormalizePulses();
+  SwitchAndNormalizePulses(!Pulses()->SpeakerPhaseWasAdded(), cBusy);
   return bSorted ? 0 : -1;
 }
 
@@ -616,11 +618,13 @@ void CSystemResponse::AddSpeakerPhases(BusyIndicator* cBusy) {
 
 void CSystemResponse::SetActiveLspPulses() {
   const CPulsBufferClass& pulses = *Pulses();
-  for (int32_t p = 1; p <= pulses.Count(); ++p) SwitchByLoudspeaker(pulses.PulsRecord(p));
+  for (int32_t p = 1; p <= pulses.Count(); ++p) {
+    CPulsClass& puls = pulses.PulsRecord(p);
+    SwitchByLoudspeaker(puls, OriginLsp(puls.Origin()));
+  }
 }
 
-void CSystemResponse::SwitchByLoudspeaker(CPulsClass& puls) const {
-  const CLspInfoClass* lsp = OriginLsp(puls.Origin());
+void CSystemResponse::SwitchByLoudspeaker(CPulsClass& puls, const CLspInfoClass* lsp) {
   if (lsp == nullptr) return;
   if (lsp->IsActive() && puls.IsLspOff()) {
     puls.SetIsInactive(false);
@@ -715,10 +719,10 @@ void CSystemResponse::SortPulsesSimple() {
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
-  return AddPhasesAndSort(false, cBusy);
+  return SortPulsesByArrival(cBusy);
 }
 
-bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy) {
+bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
   const auto goOn = [&](double dFraction) {
@@ -726,34 +730,18 @@ bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy) {
            cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
   };
   // Arrivals in pulse order (element p - 1 for pulse p), whether they are in order already,
-  // and the direct sounds to link afterwards. A cancel stops the arrivals, not the phases.
+  // and the direct sounds to link afterwards.
   std::vector<double> daArrival(Slot(nPuls));
   std::vector<int32_t> laDirect;
   bool bInOrder = true;
-  bool bCancelled = false;
   for (int32_t p = 1; p <= nPuls; ++p) {
-    CPulsClass& puls = pulses.PulsRecord(p);
-    if (bAddPhases) {
-      if (const CLspInfoClass* lsp = OriginLsp(puls.Origin())) puls.AddToPhases(lsp->Phases());
-    }
-    if (!bCancelled) {
-      const double dArrival = PulsArrival(puls);
-      daArrival[Slot(p - 1)] = dArrival;
-      bInOrder = bInOrder && (p == 1 || !ArrivesEarlier(dArrival, daArrival[Slot(p - 2)]));
-      if (puls.ROrder() == 0 && puls.Origin() != 0) laDirect.push_back(p);
-    }
-    if (p % kReportStep == 0) {
-      const double dFraction = static_cast<double>(p) / nPuls;
-      if (bAddPhases && cBusy != nullptr)
-        cBusy->ShowProgress(kPhaseCaption, dFraction, kBusyInterval);
-      bCancelled = bCancelled || !goOn(0.5 * dFraction);
-    }
+    const CPulsClass& puls = pulses.PulsRecord(p);
+    const double dArrival = PulsArrival(puls);
+    daArrival[Slot(p - 1)] = dArrival;
+    bInOrder = bInOrder && (p == 1 || !ArrivesEarlier(dArrival, daArrival[Slot(p - 2)]));
+    if (puls.ROrder() == 0 && puls.Origin() != 0) laDirect.push_back(p);
+    if (p % kReportStep == 0 && !goOn(0.5 * static_cast<double>(p) / nPuls)) return false;
   }
-  if (bAddPhases) {
-    if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
-    pulses.SetSpeakerPhaseWasAdded(true);
-  }
-  if (bCancelled) return false;
   // A stable sort: ascending, not-a-number last, ties in pulse order.
   std::vector<int32_t> laOrder = bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(daArrival);
   daArrival = std::vector<double>();
@@ -778,14 +766,24 @@ bool CSystemResponse::AddPhasesAndSort(bool bAddPhases, BusyIndicator* cBusy) {
   return true;
 }
 
-void CSystemResponse::SwitchAndNormalizePulses() {
-  // SetActiveLspPulses and NormalizePulsFlags, pulse by pulse: the first reads the
-  // loudspeakers, the second nothing the first leaves, and NormalizeLspFlags changes neither.
-  const CPulsBufferClass& pulses = *Pulses();
-  for (int32_t p = 1; p <= pulses.Count(); ++p) {
+void CSystemResponse::SwitchAndNormalizePulses(bool bAddPhases, BusyIndicator* cBusy) {
+  // AddSpeakerPhases, SetActiveLspPulses and NormalizePulsFlags, pulse by pulse: each reads
+  // the loudspeakers or nothing the others leave, and NormalizeLspFlags changes none of it.
+  CPulsBufferClass& pulses = *Pulses();
+  const int32_t nPuls = pulses.Count();
+  for (int32_t p = 1; p <= nPuls; ++p) {
     CPulsClass& puls = pulses.PulsRecord(p);
-    SwitchByLoudspeaker(puls);
+    const CLspInfoClass* lsp = OriginLsp(puls.Origin());
+    if (bAddPhases && lsp != nullptr) puls.AddToPhases(lsp->Phases());
+    SwitchByLoudspeaker(puls, lsp);
     NormalizePulsRole(puls);
+    if (bAddPhases && cBusy != nullptr && p % kReportStep == 0) {
+      cBusy->ShowProgress(kPhaseCaption, static_cast<double>(p) / nPuls, kBusyInterval);
+    }
+  }
+  if (bAddPhases) {
+    if (cBusy != nullptr) cBusy->ShowProgress(kPhaseCaption, 1.0, kBusyInterval);
+    pulses.SetSpeakerPhaseWasAdded(true);
   }
 }
 
