@@ -11,6 +11,7 @@
 #include <cmath>
 #include <iterator>
 #include <limits>
+#include <memory>
 #include <numeric>
 #include <unordered_map>
 
@@ -677,17 +678,6 @@ void CSystemResponse::NormalizePulsRole(CPulsClass& puls) {
 
 // ---- Sorting ----
 
-namespace {
-
-// Ascending, with values that are not numbers after all others (and equal among themselves),
-// so that the order is a strict weak one whatever the file held.
-bool ArrivesEarlier(double a, double b) {
-  if (std::isnan(a)) return false;
-  return std::isnan(b) || a < b;
-}
-
-}  // namespace
-
 void CSystemResponse::SortPulsesSimple() {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
@@ -729,22 +719,23 @@ bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
     return cBusy == nullptr ||
            cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
   };
-  // Arrivals in pulse order (element p - 1 for pulse p), whether they are in order already,
-  // and the direct sounds to link afterwards.
-  std::vector<double> daArrival(Slot(nPuls));
+  // The arrivals' sort patterns in pulse order (element p - 1 for pulse p), written once by
+  // this walk and then sorted in place; whether they are in order already; and the direct
+  // sounds to link afterwards.
+  const auto keys = std::make_unique_for_overwrite<uint64_t[]>(Slot(nPuls));
   std::vector<int32_t> laDirect;
   bool bInOrder = true;
   for (int32_t p = 1; p <= nPuls; ++p) {
     const CPulsClass& puls = pulses.PulsRecord(p);
-    const double dArrival = PulsArrival(puls);
-    daArrival[Slot(p - 1)] = dArrival;
-    bInOrder = bInOrder && (p == 1 || !ArrivesEarlier(dArrival, daArrival[Slot(p - 2)]));
+    const uint64_t key = OrderedBits(PulsArrival(puls));
+    keys[Slot(p - 1)] = key;
+    bInOrder = bInOrder && (p == 1 || key >= keys[Slot(p - 2)]);
     if (puls.ROrder() == 0 && puls.Origin() != 0) laDirect.push_back(p);
     if (p % kReportStep == 0 && !goOn(0.5 * static_cast<double>(p) / nPuls)) return false;
   }
   // A stable sort: ascending, not-a-number last, ties in pulse order.
-  std::vector<int32_t> laOrder = bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(daArrival);
-  daArrival = std::vector<double>();
+  const std::vector<int32_t> laOrder =
+      bInOrder ? std::vector<int32_t>() : StableOrderOfKeys({keys.get(), Slot(nPuls)}, 1);
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
 
@@ -755,13 +746,13 @@ bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
     for (const int32_t p : laDirect) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
     return true;
   }
-  std::vector<uint8_t> isDirect(Slot(nPuls), 0);
-  for (const int32_t p : laDirect) isDirect[Slot(p - 1)] = 1;
-  for (int32_t& p : laOrder) ++p;
+  // A bit per pulse, which stays in the cache while the order is read.
+  std::vector<bool> isDirect(Slot(nPuls) + 1, false);
+  for (const int32_t p : laDirect) isDirect[Slot(p)] = true;
   pulses.Rearrange(laOrder);
   for (int32_t q = 1; q <= nPuls; ++q) {
-    if (isDirect[Slot(laOrder[Slot(q - 1)] - 1)] == 0) continue;
-    OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
+    if (isDirect[Slot(laOrder[Slot(q - 1)])])
+      OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
   }
   return true;
 }

@@ -11,16 +11,15 @@
 
 namespace zyra {
 
-namespace {
-
-// An unsigned pattern that orders as the key does: negative keys have every bit flipped, the
-// others only the sign bit; -0 becomes +0 first, and every key that is not a number the
-// largest pattern of all.
+// Negative keys have every bit flipped, the others only the sign bit; -0 becomes +0 first, and
+// every key that is not a number the largest pattern of all.
 uint64_t OrderedBits(double key) {
   if (std::isnan(key)) return std::numeric_limits<uint64_t>::max();
   const auto bits = std::bit_cast<uint64_t>(key + 0.0);
   return (bits >> 63) != 0 ? ~bits : bits | (uint64_t{1} << 63);
 }
+
+namespace {
 
 // At most 2^11 buckets per pass, so that the counts and the pass's write positions stay in the
 // cache.
@@ -81,19 +80,16 @@ void SortByHighBits(std::span<uint64_t> items, std::span<uint64_t> next, int wid
 
 }  // namespace
 
-std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
-  if (daKeys.size() > static_cast<size_t>(std::numeric_limits<int32_t>::max())) {
+std::vector<int32_t> StableOrderOfKeys(std::span<uint64_t> keys, int32_t lFirst) {
+  const size_t n = keys.size();
+  if (lFirst < 0 || n > static_cast<size_t>(std::numeric_limits<int32_t>::max() - lFirst)) {
     RaiseError(kErrOverflow);
   }
-  const size_t n = daKeys.size();
+  const auto first = static_cast<size_t>(lFirst);
   std::vector<int32_t> order(n);
-  if (n == 0) return order;
-  // Scratch that every pass overwrites whole: made without clearing it first.
-  const auto keys = std::make_unique_for_overwrite<uint64_t[]>(n);
   uint64_t varying = 0;  // the bits in which some key differs from the first
   for (size_t i = 0; i < n; ++i) {
-    keys[i] = OrderedBits(daKeys[i]);
-    order[i] = static_cast<int32_t>(i);
+    order[i] = static_cast<int32_t>(first + i);
     varying |= keys[i] ^ keys[0];
   }
   if (varying == 0) return order;
@@ -106,15 +102,16 @@ std::vector<int32_t> StableOrderOfKeys(std::span<const double> daKeys) {
   if (width <= 32) {
     // The varying bits of a key above its position, in one word: one array to move, not two.
     for (size_t i = 0; i < n; ++i) keys[i] = ((keys[i] >> lo) << 32) | i;
+    // Scratch that every pass overwrites whole: made without clearing it first.
     const auto scratch = std::make_unique_for_overwrite<uint64_t[]>(n);
-    SortByHighBits({keys.get(), n}, {scratch.get(), n}, width);
-    for (size_t i = 0; i < n; ++i) order[i] = static_cast<int32_t>(keys[i] & 0xFFFFFFFFU);
+    SortByHighBits(keys, {scratch.get(), n}, width);
+    for (size_t i = 0; i < n; ++i) order[i] = static_cast<int32_t>(first + (keys[i] & 0xFFFFFFFFU));
     return order;
   }
   const Digits digits(width, kMaxDigitBits);
-  std::vector<size_t> starts = digits.Starts({keys.get(), n}, lo);
+  std::vector<size_t> starts = digits.Starts(keys, lo);
   const auto nextKeysStore = std::make_unique_for_overwrite<uint64_t[]>(n);
-  uint64_t* current = keys.get();
+  uint64_t* current = keys.data();
   uint64_t* next = nextKeysStore.get();
   std::vector<int32_t> nextOrder(n);
   for (int d = 0; d < digits.passes; ++d) {

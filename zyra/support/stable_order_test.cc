@@ -35,9 +35,12 @@ TEST(StableOrderTest, EqualsAStableComparisonSortWithNotANumberLast) {
       const double y = (*set)[static_cast<size_t>(b)];
       return !std::isnan(x) && (std::isnan(y) || x < y);
     });
-    EXPECT_EQ(StableOrderOfKeys(*set), expected);
+    std::vector<uint64_t> patterns;
+    for (const double key : *set) patterns.push_back(OrderedBits(key));
+    for (int32_t& p : expected) p += 1;
+    EXPECT_EQ(StableOrderOfKeys(patterns, 1), expected);
   }
-  EXPECT_TRUE(StableOrderOfKeys({}).empty());
+  EXPECT_TRUE(StableOrderOfKeys({}, 0).empty());
 }
 
 }  // namespace
