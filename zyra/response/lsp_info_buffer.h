@@ -4,8 +4,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "zyra/format/block_walk.h"
 #include "zyra/response/lsp_info.h"
@@ -45,7 +46,7 @@ class CLspInfoBufferClass {
   // Record j (1-based) becomes what record laFrom[j - 1] was, for j = 1..size, and Count the
   // size; each source in 1..Count at most once (error 9 otherwise). References handed out
   // follow their records.
-  void Rearrange(std::span<const int32_t> laFrom) { slots_.Rearrange(laFrom); }
+  void Rearrange(std::vector<int32_t> laFrom) { slots_.Rearrange(std::move(laFrom)); }
 
   std::string GetBlockID() const { return std::string(BlockIDOf(BlockKind::kLspInfos)); }
 

@@ -32,7 +32,7 @@ int32_t CPulsBufferClass::DeletePuls(int32_t iPuls) {
   for (int32_t j = 1; j <= nCount; ++j) {
     if (j != iPuls) laFrom.push_back(j);
   }
-  slots_.Rearrange(laFrom);
+  slots_.Rearrange(std::move(laFrom));
   return Count();
 }
 

@@ -4,8 +4,9 @@
 
 #include <cstdint>
 #include <memory>
-#include <span>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "zyra/format/block_walk.h"
 #include "zyra/response/puls.h"
@@ -61,7 +62,7 @@ class CPulsBufferClass {
   // Pulse j (1-based) becomes what pulse laFrom[j - 1] was, for j = 1..size, and Count the
   // size: a sort or a removal in one pass. Each source in 1..Count at most once (error 9
   // otherwise); references handed out follow their pulses. The statistics stay as they are.
-  void Rearrange(std::span<const int32_t> laFrom) { slots_.Rearrange(laFrom); }
+  void Rearrange(std::vector<int32_t> laFrom) { slots_.Rearrange(std::move(laFrom)); }
 
   // Discards all pulses, makes nPls fresh ones and resets every statistic, DataOrigin and
   // SpeakerPhaseWasAdded included. Error 5 for a negative count.

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <iterator>
 #include <numeric>
 #include <random>
 
@@ -87,24 +88,33 @@ TEST(PulsBufferTest, ReferencesHandedOutFollowTheirPulsesThroughARearrangement) 
   buffer.PulsRecord(1).SetID(51);
   EXPECT_EQ(IDs(buffer), (std::vector<int32_t>{51, 31, 10, 21}));
 
-  // A large shuffle keeping three quarters, with every seventh pulse handed out before.
+  // A large shuffle keeping three quarters, every fifth pulse in place, first with nothing
+  // handed out, then with every seventh pulse handed out before.
   constexpr int32_t n = 20000;
-  buffer.SetCount(n, nullptr);
-  std::vector<std::shared_ptr<CPulsClass>> handed;
-  for (int32_t i = 1; i <= n; ++i) {
-    buffer.PulsRecord(i).SetID(i);
-    if (i % 7 == 0) handed.push_back(buffer.Puls(i));
-  }
   std::vector<int32_t> order(n);
   std::iota(order.begin(), order.end(), 1);
-  std::shuffle(order.begin(), order.end(), std::mt19937(4));
+  std::vector<int32_t> moving;
+  std::copy_if(order.begin(), order.end(), std::back_inserter(moving),
+               [](int32_t i) { return i % 5 != 0; });
+  std::shuffle(moving.begin(), moving.end(), std::mt19937(4));
+  for (size_t k = 0, m = 0; k < order.size(); ++k) {
+    if (order[k] % 5 != 0) order[k] = moving[m++];
+  }
   order.resize(3 * n / 4);
-  buffer.Rearrange(order);
-  EXPECT_EQ(IDs(buffer), order);
-  for (int32_t j = 1; j <= buffer.Count(); ++j) {
-    if (order[static_cast<size_t>(j - 1)] % 7 == 0) {
-      EXPECT_EQ(buffer.Puls(j),
-                handed[static_cast<size_t>(order[static_cast<size_t>(j - 1)] / 7 - 1)]);
+  for (const bool bHandOut : {false, true}) {
+    buffer.SetCount(n, nullptr);
+    std::vector<std::shared_ptr<CPulsClass>> handed;
+    for (int32_t i = 1; i <= n; ++i) {
+      buffer.PulsRecord(i).SetID(i);
+      if (bHandOut && i % 7 == 0) handed.push_back(buffer.Puls(i));
+    }
+    buffer.Rearrange(order);
+    EXPECT_EQ(IDs(buffer), order);
+    for (int32_t j = 1; bHandOut && j <= buffer.Count(); ++j) {
+      if (order[static_cast<size_t>(j - 1)] % 7 == 0) {
+        EXPECT_EQ(buffer.Puls(j),
+                  handed[static_cast<size_t>(order[static_cast<size_t>(j - 1)] / 7 - 1)]);
+      }
     }
   }
 }

@@ -341,7 +341,7 @@ void CSystemResponse::CorrectBadBundles() {
     laRemovedBelow[Slot(p) + 1] = laRemovedBelow[Slot(p)] + removed[Slot(p)];
     if (removed[Slot(p)] == 0) laKept.push_back(p);
   }
-  pulses.Rearrange(laKept);
+  pulses.Rearrange(std::move(laKept));
   for (int32_t i = 1; i <= nLsp; ++i) {
     CLspInfoClass& lsp = infos.LspInfoRecord(i);
     const int32_t q = lsp.PulsNr();
@@ -705,7 +705,7 @@ void CSystemResponse::SortPulsesSimple() {
   std::vector<int32_t> laOrder;
   laOrder.reserve(items.size());
   for (const auto& item : items) laOrder.push_back(item.second);
-  pulses.Rearrange(laOrder);
+  pulses.Rearrange(std::move(laOrder));
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
@@ -734,7 +734,7 @@ bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
     if (p % kReportStep == 0 && !goOn(0.5 * static_cast<double>(p) / nPuls)) return false;
   }
   // A stable sort: ascending, not-a-number last, ties in pulse order.
-  const std::vector<int32_t> laOrder =
+  std::vector<int32_t> laOrder =
       bInOrder ? std::vector<int32_t>() : StableOrderOfKeys({keys.get(), Slot(nPuls)}, 1);
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
@@ -742,18 +742,18 @@ bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
   // The pulses themselves move into arrival order, so that every walk after the sort reads
   // them in sequence. Then each loudspeaker is linked to its direct sound as
   // LinkLspInfosToDirectPulses would: the last in the new order wins.
-  if (bInOrder) {
-    for (const int32_t p : laDirect) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
-    return true;
+  if (!bInOrder) {
+    // Where the direct sounds go, read from the order before it is used up: a bit per pulse,
+    // which stays in the cache.
+    std::vector<bool> isDirect(Slot(nPuls) + 1, false);
+    for (const int32_t p : laDirect) isDirect[Slot(p)] = true;
+    laDirect.clear();
+    for (int32_t q = 1; q <= nPuls; ++q) {
+      if (isDirect[Slot(laOrder[Slot(q - 1)])]) laDirect.push_back(q);
+    }
+    pulses.Rearrange(std::move(laOrder));
   }
-  // A bit per pulse, which stays in the cache while the order is read.
-  std::vector<bool> isDirect(Slot(nPuls) + 1, false);
-  for (const int32_t p : laDirect) isDirect[Slot(p)] = true;
-  pulses.Rearrange(laOrder);
-  for (int32_t q = 1; q <= nPuls; ++q) {
-    if (isDirect[Slot(laOrder[Slot(q - 1)])])
-      OriginLsp(pulses.PulsRecord(q).Origin())->SetPulsNr(q);
-  }
+  for (const int32_t p : laDirect) OriginLsp(pulses.PulsRecord(p).Origin())->SetPulsNr(p);
   return true;
 }
 

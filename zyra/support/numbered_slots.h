@@ -6,8 +6,6 @@
 #include <array>
 #include <cstdint>
 #include <memory>
-#include <span>
-#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -147,33 +145,29 @@ class NumberedSlots {
   // Slot j (1-based) takes what slot laFrom[j - 1] held, for j = 1..size; Count becomes the
   // size. Each source must lie in 1..Count and be used once (error 9 otherwise, nothing moved);
   // the slots no source names are dropped. The records move in place, so that sorting a
-  // million records needs no second copy of them.
-  void Rearrange(std::span<const int32_t> laFrom) {
+  // million records needs no second copy of them, and the list, taken by value, is the
+  // move's own working storage: a caller done with it moves it in.
+  void Rearrange(std::vector<int32_t> laFrom) {
     const auto nOld = static_cast<size_t>(Count());
-    if (laFrom.size() > nOld) RaiseError(kErrSubscript);
-    // The whole permutation of 1..nOld: the sources named first, the unnamed ones behind them
-    // in their order, to be cut off at the end.
-    std::vector<int32_t> source(nOld + 1, 0);
-    std::vector<uint8_t> done(nOld + 1, 0);
-    for (size_t j = 0; j < laFrom.size(); ++j) {
-      const int32_t s = laFrom[j];
-      if (s < 1 || static_cast<size_t>(s) > nOld || done[static_cast<size_t>(s)] != 0) {
+    const size_t nNamed = laFrom.size();
+    if (nNamed > nOld) RaiseError(kErrSubscript);
+    // A bit per slot, which stays in the cache while the sources are checked.
+    std::vector<bool> named(nOld + 1, false);
+    for (const int32_t s : laFrom) {
+      if (s < 1 || static_cast<size_t>(s) > nOld || named[static_cast<size_t>(s)]) {
         RaiseError(kErrSubscript);
       }
-      done[static_cast<size_t>(s)] = 1;
-      source[j + 1] = s;
+      named[static_cast<size_t>(s)] = true;
     }
-    size_t next = laFrom.size() + 1;
-    for (size_t s = 1; s <= nOld; ++s) {
-      if (done[s] == 0) source[next++] = static_cast<int32_t>(s);
+    // The whole permutation of 1..nOld: the unnamed sources behind the named ones, in their
+    // order, to be cut off at the end.
+    for (size_t s = 1; laFrom.size() < nOld; ++s) {
+      if (!named[s]) laFrom.push_back(static_cast<int32_t>(s));
     }
-    for (size_t j = 0; j <= nOld; ++j)
-      done[j] = static_cast<uint8_t>(static_cast<size_t>(source[j]) == j ? 1 : 0);
-    MoveAlongCycles(source, done);
-    const size_t n = laFrom.size() + 1;
-    records_.resize(n);
-    kinds_.resize(n);
-    if (!shared_.empty()) shared_.resize(n);
+    MoveAlongCycles(laFrom);
+    records_.resize(nNamed + 1);
+    kinds_.resize(nNamed + 1);
+    if (!shared_.empty()) shared_.resize(nNamed + 1);
   }
 
  private:
@@ -182,9 +176,7 @@ class NumberedSlots {
   static constexpr uint8_t kInArray = 0;
   static constexpr uint8_t kShared = 1;
   static constexpr uint8_t kEmpty = 2;
-  // How many slots ahead a move along a list asks for records, and how many chains of a
-  // permutation are followed at once.
-  static constexpr size_t kFetchAhead = 8;
+  // How many chains of a permutation are followed at once.
   static constexpr size_t kChains = 16;
 
   // Makes room for shared references, which only buffers that hand records out need.
@@ -192,89 +184,90 @@ class NumberedSlots {
     if (shared_.empty()) shared_.resize(kinds_.size());
   }
 
-  // Slot j takes what slot source[j] held, for every j not yet done. Following a cycle of the
-  // permutation (j <- source[j] <- source[source[j]] ...) one step at a time waits for each
-  // step's memory in turn, so several chains are followed at once, each from a slot no chain
-  // has reached yet until it meets the start of a chain: the cycles fall into pieces whose
-  // slots are listed in order. The records then move along the lists, each piece's last slot
-  // taking the record that the start it met held at first (set aside beforehand), and with the
-  // slots known ahead, the records needed next are asked for before they are needed.
-  void MoveAlongCycles(const std::vector<int32_t>& source, std::vector<uint8_t>& done) {
-    struct Piece {
-      size_t begin = 0;  // the piece's slots: path[begin .. end - 1]
-      size_t end = 0;
+  // Slot j takes what slot from[j - 1] held, for j = 1..size, `from` a permutation of
+  // 1..size; `from` is used up. Following a cycle of the permutation (j <- from[j - 1] <- ...)
+  // moves one record per step, and each step waits for the memory of the record it moves:
+  // so several chains are followed at once, taking turns, and each asks for the record it
+  // moves next a whole round ahead. A chain starts at a slot whose record nobody has taken
+  // yet, sets that record aside, and fills slot after slot until its next source is the start
+  // of a chain; the slot it stands on then takes that start's record, at the end. An entry of
+  // `from` is flipped (~) once its slot's record is taken, and a start's entry becomes the
+  // flipped number of its record set aside: a step only ever reaches a taken slot when that
+  // slot is a start.
+  void MoveAlongCycles(std::vector<int32_t>& from) {
+    const size_t n = from.size();
+    const auto entry = [&from](size_t slot) -> int32_t& { return from[slot - 1]; };
+    // With no record ever handed out and no slot empty, the slot kinds are all alike and need
+    // not move.
+    const bool bKinds =
+        !shared_.empty() || std::find(kinds_.begin(), kinds_.end(), kEmpty) != kinds_.end();
+    const auto moveSlot = [this, bKinds](size_t to, size_t at) {
+      records_[to] = std::move(records_[at]);
+      if (!bKinds) return;
+      kinds_[to] = kinds_[at];
+      if (!shared_.empty()) shared_[to] = std::move(shared_[at]);
     };
-    std::vector<int32_t> path;
-    path.reserve(done.size());
-    std::vector<Piece> pieces;
-    // Each chain knows the slot it steps to next and has asked for that slot's entries of
-    // `source` and `done` a round ahead, while the other chains step.
+    struct SetAside {
+      T record;
+      uint8_t kind;
+      std::shared_ptr<T> shared;
+    };
+    std::vector<SetAside> starts;
+    struct End {
+      size_t slot;   // the slot that takes a record set aside
+      size_t start;  // which one
+    };
+    std::vector<End> ends;
     struct Chain {
-      std::vector<int32_t> slots;
-      size_t next = 0;  // source[] of the slot the chain stands on
+      size_t at = 0;    // the slot that takes the next record
+      size_t next = 0;  // the slot that record comes from
       bool active = false;
     };
-    const auto aimAt = [&source, &done](Chain& chain, size_t slot) {
-      chain.next = static_cast<size_t>(source[slot]);
-      PrefetchLine(&source[chain.next]);
-      PrefetchLine(&done[chain.next]);
+    // The chain now stands on `slot`, whose record has just been taken: its source is next.
+    const auto standOn = [&](Chain& chain, size_t slot, int32_t lTaken) {
+      const auto source = static_cast<size_t>(entry(slot));
+      entry(slot) = lTaken;
+      chain.at = slot;
+      chain.next = source;
+      Prefetch(&records_[source]);
+      PrefetchLine(&entry(source));
+      if (bKinds) PrefetchLine(&kinds_[source]);
     };
-    std::array<Chain, kChains> chains;
     size_t sweep = 1;
     const auto startChain = [&](Chain& chain) {
-      while (sweep < done.size() && done[sweep] != 0) ++sweep;
-      chain.active = sweep < done.size();
+      // Slots already taken, and slots that keep their record, start nothing.
+      while (sweep <= n && (entry(sweep) < 0 || static_cast<size_t>(entry(sweep)) == sweep)) {
+        ++sweep;
+      }
+      chain.active = sweep <= n;
       if (!chain.active) return;
-      chain.slots.assign(1, static_cast<int32_t>(sweep));
-      done[sweep] = 1;
-      aimAt(chain, sweep);
+      starts.push_back({std::move(records_[sweep]), kinds_[sweep],
+                        shared_.empty() ? nullptr : std::move(shared_[sweep])});
+      standOn(chain, sweep, ~static_cast<int32_t>(starts.size() - 1));
     };
+    std::array<Chain, kChains> chains;
     for (Chain& chain : chains) startChain(chain);
     for (bool bAny = true; bAny;) {
       bAny = false;
       for (Chain& chain : chains) {
         if (!chain.active) continue;
         bAny = true;
-        const size_t s = chain.next;
-        if (done[s] == 0) {
-          done[s] = 1;
-          chain.slots.push_back(static_cast<int32_t>(s));
-          aimAt(chain, s);
+        const size_t source = chain.next;
+        const int32_t lEntry = entry(source);
+        if (lEntry < 0) {
+          ends.push_back({chain.at, static_cast<size_t>(~lEntry)});
+          startChain(chain);
           continue;
         }
-        pieces.push_back({path.size(), path.size() + chain.slots.size()});
-        path.insert(path.end(), chain.slots.begin(), chain.slots.end());
-        startChain(chain);
+        moveSlot(chain.at, source);
+        standOn(chain, source, -1);
       }
     }
-    // The records at the pieces' starts, which other pieces take at their ends.
-    std::unordered_map<int32_t, size_t> startOf;
-    std::vector<T> startRecords;
-    std::vector<uint8_t> startKinds;
-    std::vector<std::shared_ptr<T>> startShared;
-    for (const Piece& piece : pieces) {
-      const auto first = static_cast<size_t>(path[piece.begin]);
-      startOf.emplace(path[piece.begin], startRecords.size());
-      startRecords.push_back(std::move(records_[first]));
-      startKinds.push_back(kinds_[first]);
-      if (!shared_.empty()) startShared.push_back(std::move(shared_[first]));
-    }
-    for (const Piece& piece : pieces) {
-      const auto at = [&path](size_t i) { return static_cast<size_t>(path[i]); };
-      for (size_t i = piece.begin; i + 1 < piece.end; ++i) {
-        if (i + kFetchAhead < path.size()) {
-          Prefetch(&records_[at(i + kFetchAhead)]);
-          PrefetchLine(&kinds_[at(i + kFetchAhead)]);
-        }
-        records_[at(i)] = std::move(records_[at(i + 1)]);
-        kinds_[at(i)] = kinds_[at(i + 1)];
-        if (!shared_.empty()) shared_[at(i)] = std::move(shared_[at(i + 1)]);
-      }
-      const size_t last = at(piece.end - 1);
-      const size_t met = startOf.at(source[last]);
-      records_[last] = std::move(startRecords[met]);
-      kinds_[last] = startKinds[met];
-      if (!shared_.empty()) shared_[last] = std::move(startShared[met]);
+    for (const End& end : ends) {
+      SetAside& aside = starts[end.start];
+      records_[end.slot] = std::move(aside.record);
+      kinds_[end.slot] = aside.kind;
+      if (!shared_.empty()) shared_[end.slot] = std::move(aside.shared);
     }
   }
 
