@@ -43,8 +43,20 @@ int32_t CPulsClass::GetLengthInFile(int32_t iVersion) noexcept {
 }
 
 void CPulsClass::AddToPhases(const std::array<int16_t, 21>& iaPhase) {
+  // Bands 1..21 as two overlapping runs of 16 (bands 1..16 and 6..21), both computed from
+  // copies of the old values: loops of a fixed length over arrays that alias nothing, which
+  // the compiler turns into a few vector instructions. Over ten million pulses, the scalar
+  // loop took a third of the walk that adds the phases.
+  constexpr size_t kBands = 21;
+  constexpr size_t kRun = 16;
   std::array<int16_t, 22>& phases = phase_.Values();
-  for (size_t b = 1; b <= 21; ++b) phases[b] = AddPhases(phases[b], iaPhase[b - 1]);
+  std::array<int16_t, kBands> old{};
+  std::copy(phases.begin() + 1, phases.end(), old.begin());
+  const std::array<int16_t, kBands> add = iaPhase;
+  std::array<int16_t, kBands> sum{};
+  for (size_t b = 0; b < kRun; ++b) sum[b] = AddPhases(old[b], add[b]);
+  for (size_t b = kBands - kRun; b < kBands; ++b) sum[b] = AddPhases(old[b], add[b]);
+  std::copy(sum.begin(), sum.end(), phases.begin() + 1);
 }
 
 bool CPulsClass::IsActiveForCalc(bool bIsInterferenceOn) const noexcept {
