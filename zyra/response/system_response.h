@@ -180,12 +180,25 @@ class CSystemResponse {
   struct ReadSurvey;
   // RemoveUnusedLspInfos, CopyPseudoFlagsToLspInfos, LinkLspInfosToDirectPulses and, with
   // bWithIDRanges, UpdateMaxOrderAndID in one walk; notes the pulses ComputePseudoPulses
-  // must look at for pseudo reflections.
-  ReadSurvey SurveyAfterRead(bool bWithIDRanges);
+  // must look at for pseudo reflections and, with bWithArrivals, takes the arrivals for the
+  // sort.
+  ReadSurvey SurveyAfterRead(bool bWithIDRanges, bool bWithArrivals);
   // ComputePseudoPulses looking only where the survey says (every pulse without one).
   void ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey* survey);
-  // TrainSortPulses: the arrivals taken in one walk that reads the pulses only.
-  bool SortPulsesByArrival(BusyIndicator* cBusy);
+  // The arrivals as the sort takes them: each pulse's sort pattern (element p - 1 for pulse p,
+  // OrderedBits of GetPulsArrival) and, in pulse order, the direct sounds (ROrder 0 with a
+  // loudspeaker), which are linked to their loudspeakers after the sort.
+  struct ArrivalKeys {
+    std::unique_ptr<uint64_t[]> keys;
+    std::vector<int32_t> laDirect;
+  };
+  // Pulse p's pattern, and p appended to the direct sounds when it is one.
+  void TakeArrival(ArrivalKeys& arrivals, int32_t p, const CPulsClass& puls) const;
+  // The arrivals of the loudspeakers' direct sounds taken anew.
+  void RetakeDirectSoundArrivals(ArrivalKeys& arrivals) const;
+  // TrainSortPulses from the arrivals given, or, without, taken in a walk that reads the
+  // pulses only; the patterns are sorted in place.
+  bool SortPulsesByArrival(BusyIndicator* cBusy, ArrivalKeys* arrivals);
   // AddSpeakerPhases (with bAddPhases), SetActiveLspPulses and NormalizePulsFlags in one walk.
   void SwitchAndNormalizePulses(bool bAddPhases, BusyIndicator* cBusy);
   // What those steps do to one pulse; lsp is the pulse's loudspeaker (OriginLsp).

@@ -13,6 +13,7 @@
 #include <limits>
 #include <memory>
 #include <numeric>
+#include <span>
 #include <unordered_map>
 
 #include "zyra/response/system_response.h"
@@ -114,6 +115,8 @@ struct CSystemResponse::ReadSurvey {
   // them and the direct sounds the steps in between change.
   std::vector<int32_t> laPseudoReflections;
   std::vector<int32_t> laGroupedReflections;
+  // The arrivals for the sort, when the survey takes them (no keys otherwise).
+  ArrivalKeys arrivals;
 };
 
 int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool bCorrectBadBundles,
@@ -121,12 +124,14 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
                                                    BusyIndicator* cBusy) {
   // The steps in their order, but with the walks over a million pulses shared among them: one
   // walk removes the unused loudspeakers, copies the pseudo flags, links the direct sounds,
-  // takes the ID ranges and notes the pulses the pseudo reflections concern; one takes the
+  // takes the ID ranges, notes the pulses the pseudo reflections concern and takes the
   // arrivals for the sort; one, after the sort, adds the speaker phases, switches pulses off
   // and makes their roles exclusive. Each gives what the steps one after the other give: the
-  // phases take part in neither the sort nor the loudspeaker steps, so adding them last adds
-  // the same values, and the walk that reads only arrivals writes nothing back to memory.
-  const ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles);
+  // steps between the survey and the sort change the Origin and ROrder of loudspeakers' direct
+  // sounds only (or, correcting bad bundles, of reflections too: then the sort takes the
+  // arrivals itself), and the phases take part in neither the sort nor the loudspeaker steps,
+  // so adding them last adds the same values.
+  ReadSurvey survey = SurveyAfterRead(!bCorrectBadBundles, !bCorrectBadBundles);
   if (bCorrectBadBundles) {
     CorrectBadBundles();
     Pulses()->UpdateMaxOrderAndID();
@@ -135,19 +140,26 @@ int32_t CSystemResponse::InitResponseDataAfterRead(bool bIgnoreCoherence, bool b
     RebuildCoherenceGroups(sErrorMessage);
     ComputePseudoPulses(cBusy, bCorrectBadBundles ? nullptr : &survey);
   }
+  ArrivalKeys* arrivals = nullptr;
+  if (survey.arrivals.keys != nullptr) {
+    RetakeDirectSoundArrivals(survey.arrivals);
+    arrivals = &survey.arrivals;
+  }
   // A failed sort leaves the pulses usable: the remaining steps run all the same.
-  const bool bSorted = SortPulsesByArrival(cBusy);
+  const bool bSorted = SortPulsesByArrival(cBusy, arrivals);
   NormalizeLspFlags();
   SwitchAndNormalizePulses(!Pulses()->SpeakerPhaseWasAdded(), cBusy);
   return bSorted ? 0 : -1;
 }
 
-CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges) {
+CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges,
+                                                             bool bWithArrivals) {
   CPulsBufferClass& pulses = *Pulses();
   CLspInfoBufferClass& infos = *LspInfos();
   const int32_t nLsp = infos.Count();
   const int32_t nPuls = pulses.Count();
   ReadSurvey survey;
+  if (bWithArrivals) survey.arrivals.keys = std::make_unique_for_overwrite<uint64_t[]>(Slot(nPuls));
   std::vector<uint8_t> used(Slot(nLsp) + 1, 0);
   std::vector<int32_t> laLastDirect(Slot(nLsp) + 1, 0);
   int32_t lMaxOrder = 0;
@@ -164,6 +176,8 @@ CSystemResponse::ReadSurvey CSystemResponse::SurveyAfterRead(bool bWithIDRanges)
       used[Slot(lOrigin)] = 1;
       if (lOrder == 0) laLastDirect[Slot(lOrigin)] = p;
     }
+    // Taken before the loudspeakers are renumbered, from the same records.
+    if (bWithArrivals) TakeArrival(survey.arrivals, p, puls);
     lMaxOrder = std::max(lMaxOrder, lOrder);
     lMinID = std::min(lMinID, puls.ID());
     lMaxID = std::max(lMaxID, puls.ID());
@@ -709,33 +723,60 @@ void CSystemResponse::SortPulsesSimple() {
 }
 
 bool CSystemResponse::TrainSortPulses(bool /*bCalculateBroadbandEnergy*/, BusyIndicator* cBusy) {
-  return SortPulsesByArrival(cBusy);
+  return SortPulsesByArrival(cBusy, nullptr);
 }
 
-bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy) {
+void CSystemResponse::TakeArrival(ArrivalKeys& arrivals, int32_t p, const CPulsClass& puls) const {
+  arrivals.keys[Slot(p - 1)] = OrderedBits(PulsArrival(puls));
+  if (puls.ROrder() == 0 && puls.Origin() != 0) arrivals.laDirect.push_back(p);
+}
+
+void CSystemResponse::RetakeDirectSoundArrivals(ArrivalKeys& arrivals) const {
+  const CPulsBufferClass& pulses = *Pulses();
+  const CLspInfoBufferClass& infos = *LspInfos();
+  std::vector<int32_t> laRetaken;
+  for (int32_t j = 1; j <= infos.Count(); ++j) {
+    const int32_t pn = infos.LspInfoRecord(j).PulsNr();
+    if (pn >= 1 && pn <= pulses.Count()) laRetaken.push_back(pn);
+  }
+  std::sort(laRetaken.begin(), laRetaken.end());
+  laRetaken.erase(std::unique(laRetaken.begin(), laRetaken.end()), laRetaken.end());
+  ArrivalKeys retaken{std::move(arrivals.keys), {}};
+  for (const int32_t p : laRetaken) TakeArrival(retaken, p, pulses.PulsRecord(p));
+  // The direct sounds: the others as they were, these as they are now.
+  std::vector<int32_t> laOthers;
+  std::set_difference(arrivals.laDirect.begin(), arrivals.laDirect.end(), laRetaken.begin(),
+                      laRetaken.end(), std::back_inserter(laOthers));
+  arrivals.laDirect.clear();
+  std::merge(laOthers.begin(), laOthers.end(), retaken.laDirect.begin(), retaken.laDirect.end(),
+             std::back_inserter(arrivals.laDirect));
+  arrivals.keys = std::move(retaken.keys);
+}
+
+bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy, ArrivalKeys* arrivals) {
   CPulsBufferClass& pulses = *Pulses();
   const int32_t nPuls = pulses.Count();
   const auto goOn = [&](double dFraction) {
     return cBusy == nullptr ||
            cBusy->ReportProgress(kSortCaption, dFraction, kSortAbortWarning, kBusyInterval);
   };
-  // The arrivals' sort patterns in pulse order (element p - 1 for pulse p), written once by
-  // this walk and then sorted in place; whether they are in order already; and the direct
-  // sounds to link afterwards.
-  const auto keys = std::make_unique_for_overwrite<uint64_t[]>(Slot(nPuls));
-  std::vector<int32_t> laDirect;
-  bool bInOrder = true;
-  for (int32_t p = 1; p <= nPuls; ++p) {
-    const CPulsClass& puls = pulses.PulsRecord(p);
-    const uint64_t key = OrderedBits(PulsArrival(puls));
-    keys[Slot(p - 1)] = key;
-    bInOrder = bInOrder && (p == 1 || key >= keys[Slot(p - 2)]);
-    if (puls.ROrder() == 0 && puls.Origin() != 0) laDirect.push_back(p);
-    if (p % kReportStep == 0 && !goOn(0.5 * static_cast<double>(p) / nPuls)) return false;
+  // Without arrivals taken already, a walk that reads the pulses only takes them.
+  ArrivalKeys walked;
+  if (arrivals == nullptr) {
+    walked.keys = std::make_unique_for_overwrite<uint64_t[]>(Slot(nPuls));
+    for (int32_t p = 1; p <= nPuls; ++p) {
+      TakeArrival(walked, p, pulses.PulsRecord(p));
+      if (p % kReportStep == 0 && !goOn(0.5 * static_cast<double>(p) / nPuls)) return false;
+    }
+    arrivals = &walked;
+  } else if (!goOn(0.5)) {
+    return false;
   }
+  const std::span<uint64_t> keys(arrivals->keys.get(), Slot(nPuls));
+  std::vector<int32_t>& laDirect = arrivals->laDirect;
+  const bool bInOrder = std::is_sorted(keys.begin(), keys.end());
   // A stable sort: ascending, not-a-number last, ties in pulse order.
-  std::vector<int32_t> laOrder =
-      bInOrder ? std::vector<int32_t>() : StableOrderOfKeys({keys.get(), Slot(nPuls)}, 1);
+  std::vector<int32_t> laOrder = bInOrder ? std::vector<int32_t>() : StableOrderOfKeys(keys, 1);
   // The last chance to cancel: nothing has moved yet.
   if (!goOn(1.0)) return false;
 
