@@ -194,6 +194,9 @@ class CSystemResponse {
   };
   // Pulse p's pattern, and p appended to the direct sounds when it is one.
   void TakeArrival(ArrivalKeys& arrivals, int32_t p, const CPulsClass& puls) const;
+  // The pulses the loudspeakers name as their direct sounds (PulsNr within 1..Count),
+  // ascending, each once.
+  std::vector<int32_t> DirectSoundsOfLoudspeakers() const;
   // The arrivals of the loudspeakers' direct sounds taken anew.
   void RetakeDirectSoundArrivals(ArrivalKeys& arrivals) const;
   // TrainSortPulses from the arrivals given, or, without, taken in a walk that reads the

@@ -15,6 +15,7 @@
 #include <numeric>
 #include <span>
 #include <unordered_map>
+#include <utility>
 
 #include "zyra/response/system_response.h"
 #include "zyra/support/calculation.h"
@@ -570,13 +571,7 @@ void CSystemResponse::ComputePseudoPulses(BusyIndicator* cBusy, const ReadSurvey
   std::vector<int32_t> laOwnerCandidates;
   std::vector<int32_t> laMemberCandidates;
   if (survey != nullptr) {
-    std::vector<int32_t> laDirects;
-    for (int32_t j = 1; j <= nLsp; ++j) {
-      const int32_t pn = infos.LspInfoRecord(j).PulsNr();
-      if (pn >= 1 && pn <= nPuls) laDirects.push_back(pn);
-    }
-    std::sort(laDirects.begin(), laDirects.end());
-    laDirects.erase(std::unique(laDirects.begin(), laDirects.end()), laDirects.end());
+    const std::vector<int32_t> laDirects = DirectSoundsOfLoudspeakers();
     std::set_union(survey->laPseudoReflections.begin(), survey->laPseudoReflections.end(),
                    laDirects.begin(), laDirects.end(), std::back_inserter(laOwnerCandidates));
     std::set_union(survey->laGroupedReflections.begin(), survey->laGroupedReflections.end(),
@@ -731,26 +726,32 @@ void CSystemResponse::TakeArrival(ArrivalKeys& arrivals, int32_t p, const CPulsC
   if (puls.ROrder() == 0 && puls.Origin() != 0) arrivals.laDirect.push_back(p);
 }
 
-void CSystemResponse::RetakeDirectSoundArrivals(ArrivalKeys& arrivals) const {
-  const CPulsBufferClass& pulses = *Pulses();
+std::vector<int32_t> CSystemResponse::DirectSoundsOfLoudspeakers() const {
+  const int32_t nPuls = Pulses()->Count();
   const CLspInfoBufferClass& infos = *LspInfos();
-  std::vector<int32_t> laRetaken;
+  std::vector<int32_t> laDirects;
   for (int32_t j = 1; j <= infos.Count(); ++j) {
     const int32_t pn = infos.LspInfoRecord(j).PulsNr();
-    if (pn >= 1 && pn <= pulses.Count()) laRetaken.push_back(pn);
+    if (pn >= 1 && pn <= nPuls) laDirects.push_back(pn);
   }
-  std::sort(laRetaken.begin(), laRetaken.end());
-  laRetaken.erase(std::unique(laRetaken.begin(), laRetaken.end()), laRetaken.end());
-  ArrivalKeys retaken{std::move(arrivals.keys), {}};
-  for (const int32_t p : laRetaken) TakeArrival(retaken, p, pulses.PulsRecord(p));
+  std::sort(laDirects.begin(), laDirects.end());
+  laDirects.erase(std::unique(laDirects.begin(), laDirects.end()), laDirects.end());
+  return laDirects;
+}
+
+void CSystemResponse::RetakeDirectSoundArrivals(ArrivalKeys& arrivals) const {
+  const CPulsBufferClass& pulses = *Pulses();
+  const std::vector<int32_t> laRetaken = DirectSoundsOfLoudspeakers();
   // The direct sounds: the others as they were, these as they are now.
+  const std::vector<int32_t> laBefore = std::exchange(arrivals.laDirect, {});
+  for (const int32_t p : laRetaken) TakeArrival(arrivals, p, pulses.PulsRecord(p));
   std::vector<int32_t> laOthers;
-  std::set_difference(arrivals.laDirect.begin(), arrivals.laDirect.end(), laRetaken.begin(),
-                      laRetaken.end(), std::back_inserter(laOthers));
-  arrivals.laDirect.clear();
-  std::merge(laOthers.begin(), laOthers.end(), retaken.laDirect.begin(), retaken.laDirect.end(),
-             std::back_inserter(arrivals.laDirect));
-  arrivals.keys = std::move(retaken.keys);
+  std::set_difference(laBefore.begin(), laBefore.end(), laRetaken.begin(), laRetaken.end(),
+                      std::back_inserter(laOthers));
+  std::vector<int32_t> laNow;
+  std::merge(laOthers.begin(), laOthers.end(), arrivals.laDirect.begin(), arrivals.laDirect.end(),
+             std::back_inserter(laNow));
+  arrivals.laDirect = std::move(laNow);
 }
 
 bool CSystemResponse::SortPulsesByArrival(BusyIndicator* cBusy, ArrivalKeys* arrivals) {
