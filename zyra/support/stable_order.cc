@@ -88,11 +88,16 @@ std::vector<int32_t> StableOrderOfKeys(std::span<uint64_t> keys, int32_t lFirst)
   const auto first = static_cast<size_t>(lFirst);
   std::vector<int32_t> order(n);
   uint64_t varying = 0;  // the bits in which some key differs from the first
-  for (size_t i = 0; i < n; ++i) {
-    order[i] = static_cast<int32_t>(first + i);
-    varying |= keys[i] ^ keys[0];
+  for (const uint64_t key : keys) varying |= key ^ keys[0];
+  // The positions in their own order: the answer when no key differs, and what the passes over
+  // separate arrays of keys and positions start from.
+  const auto positionsInOrder = [&order, first] {
+    for (size_t i = 0; i < order.size(); ++i) order[i] = static_cast<int32_t>(first + i);
+  };
+  if (varying == 0) {
+    positionsInOrder();
+    return order;
   }
-  if (varying == 0) return order;
   // Least significant digit first, over the bits that vary only, in as few passes as digits of
   // kMaxDigitBits allow (arrivals made of Singles, within a few binary orders of magnitude,
   // vary in about thirty bits: three passes). Each pass is stable, so equal keys keep their
@@ -108,6 +113,7 @@ std::vector<int32_t> StableOrderOfKeys(std::span<uint64_t> keys, int32_t lFirst)
     for (size_t i = 0; i < n; ++i) order[i] = static_cast<int32_t>(first + (keys[i] & 0xFFFFFFFFU));
     return order;
   }
+  positionsInOrder();
   const Digits digits(width, kMaxDigitBits);
   std::vector<size_t> starts = digits.Starts(keys, lo);
   const auto nextKeysStore = std::make_unique_for_overwrite<uint64_t[]>(n);
